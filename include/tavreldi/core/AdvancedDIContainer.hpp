@@ -1,0 +1,279 @@
+#pragma once
+
+/// \file
+/// The container interface: registration, resolution, scopes, graph and preloading.
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+
+#include <asio/any_io_executor.hpp>
+#include <asio/awaitable.hpp>
+
+#include "tavreldi/core/AnyInstance.hpp"
+#include "tavreldi/core/DependencyMetadata.hpp"
+#include "tavreldi/core/DependencyScope.hpp"
+#include "tavreldi/core/TypeName.hpp"
+#include "tavreldi/graph/DependencyGraph.hpp"
+#include "tavreldi/metrics/PerformanceMetrics.hpp"
+
+namespace tavreldi {
+
+/// A tag naming the type a batch factory is asked to make (see `registerBatch`).
+template <class T>
+using TypeTag = std::type_identity<T>;
+
+namespace detail {
+
+// Adapts a user's asynchronous factory to the stored form. A named coroutine (not a lambda
+// invoked in place), holding the factory by shared pointer so that it outlives the call.
+template <class T, class F>
+asio::awaitable<AnyInstance> runAsyncFactory(std::shared_ptr<F> factory,
+                                             AdvancedDIContainer& container) {
+  std::shared_ptr<T> instance = co_await (*factory)(container);
+  co_return AnyInstance::of<T>(std::move(instance));
+}
+
+template <class T, class F>
+AsyncFactory eraseAsyncFactory(F factory) {
+  auto shared = std::make_shared<F>(std::move(factory));
+  return [shared](AdvancedDIContainer& container) {
+    return runAsyncFactory<T, F>(shared, container);
+  };
+}
+
+template <class T, class F>
+SyncFactory eraseSyncFactory(F factory) {
+  return [factory = std::move(factory)](AdvancedDIContainer& container) {
+    std::shared_ptr<T> instance = factory(container);
+    return AnyInstance::of<T>(std::move(instance));
+  };
+}
+
+}  // namespace detail
+
+/// The dependency-injection container.
+///
+/// Threading: a container lives on one thread (its "home" thread, where it was made) and is
+/// driven by an executor running there. Asynchronous operations (coroutines) first move to that
+/// executor; synchronous ones must be called on the home thread: a call from any other thread
+/// writes a message to standard error and aborts the process.
+///
+/// Factories receive the container, so that they resolve their own dependencies through it;
+/// an asynchronous factory is a callable `(AdvancedDIContainer&) ->
+/// asio::awaitable<std::shared_ptr<T>>`, a synchronous one `(AdvancedDIContainer&) ->
+/// std::shared_ptr<T>`. A factory fails by throwing; its exception passes through resolution
+/// unchanged.
+class AdvancedDIContainer {
+ public:
+  virtual ~AdvancedDIContainer() = default;
+
+  // ---- Registration -------------------------------------------------------------------
+
+  /// Registers `T` with an asynchronous factory, replacing any earlier registration of the same
+  /// name. Prints "🔧 Registered <T> with scope: <scope> and dependencies: []".
+  template <class T, class F>
+  void registerAsync(DependencyScope scope, DependencyLifetime lifetime, F factory) {
+    registerFactory(serviceKey<T>(), scope, lifetime,
+                    FactoryType::async(detail::eraseAsyncFactory<T>(std::move(factory))));
+  }
+  /// As above with lifetime `application`.
+  template <class T, class F>
+  void registerAsync(DependencyScope scope, F factory) {
+    registerAsync<T>(scope, DependencyLifetime::application, std::move(factory));
+  }
+  /// Registers `T` with a synchronous factory (see `registerAsync`).
+  template <class T, class F>
+  void registerSync(DependencyScope scope, DependencyLifetime lifetime, F factory) {
+    registerFactory(serviceKey<T>(), scope, lifetime,
+                    FactoryType::sync(detail::eraseSyncFactory<T>(std::move(factory))));
+  }
+  /// As above with lifetime `application`.
+  template <class T, class F>
+  void registerSync(DependencyScope scope, F factory) {
+    registerSync<T>(scope, DependencyLifetime::application, std::move(factory));
+  }
+  /// Stores `metadata` for `T` (no factory; nothing printed).
+  template <class T>
+  void registerWithMetadata(DependencyMetadata metadata) {
+    registerMetadata(serviceKey<T>(), std::move(metadata));
+  }
+  /// True when `T` has metadata (even without a factory).
+  template <class T>
+  [[nodiscard]] bool isRegistered() const {
+    return getMetadata(serviceKey<T>().name).has_value();
+  }
+  /// The metadata of `T`, or nothing.
+  template <class T>
+  [[nodiscard]] std::optional<DependencyMetadata> getMetadata() const {
+    return getMetadata(serviceKey<T>().name);
+  }
+
+  // ---- Resolution ---------------------------------------------------------------------
+
+  /// Resolves `T`, running its factory when nothing suitable is cached. Throws
+  /// `DependencyResolutionError`, `CircularDependencyException` or the factory's own error.
+  template <class T>
+  [[nodiscard]] asio::awaitable<std::shared_ptr<T>> resolve() {
+    const AnyInstance instance = co_await resolveInstance(serviceKey<T>());
+    co_return instance.template as<T>();
+  }
+  /// Hands out a cached instance of `T`; never runs a factory. Throws
+  /// `DependencyResolutionError` or `CircularDependencyException`. Home thread only.
+  template <class T>
+  [[nodiscard]] std::shared_ptr<T> resolveSync() {
+    return resolveInstanceSync(serviceKey<T>()).template as<T>();
+  }
+
+  // ---- Convenience registrations ------------------------------------------------------
+  // Each starts a task on the container's executor and returns at once; the registration takes
+  // effect when the task runs. `awaitPendingRegistrations()` waits for the tasks started so far.
+
+  /// `registerAsync<T>(singleton, factory)` in a task.
+  template <class T, class F>
+  void registerService(F factory) {
+    registerLater<T>(DependencyScope::singleton, std::move(factory));
+  }
+  /// `registerAsync<T>(scoped, factory)` in a task.
+  template <class T, class F>
+  void registerRepository(F factory) {
+    registerLater<T>(DependencyScope::scoped, std::move(factory));
+  }
+  /// `registerAsync<T>(transient, factory)` in a task.
+  template <class T, class F>
+  void registerUseCase(F factory) {
+    registerLater<T>(DependencyScope::transient, std::move(factory));
+  }
+  /// `registerAsync<T>(lazy, factory)` in a task.
+  template <class T, class F>
+  void registerViewModel(F factory) {
+    registerLater<T>(DependencyScope::lazy, std::move(factory));
+  }
+  /// Registers, in a task, a factory that hands out `instance` itself (the same object).
+  template <class T>
+  void registerInstance(std::shared_ptr<T> instance, DependencyScope scope) {
+    registerLater<T>(scope, [instance = std::move(instance)](
+                                AdvancedDIContainer&) -> asio::awaitable<std::shared_ptr<T>> {
+      co_return instance;
+    });
+  }
+  /// Registers each of `Ts`, in order, in one task; each factory call receives the container
+  /// and a `TypeTag` of the type being made: `factory(container, TypeTag<T>{})` returns
+  /// `asio::awaitable<std::shared_ptr<T>>`.
+  template <class... Ts, class F>
+  void registerBatch(DependencyScope scope, F factory) {
+    if constexpr (sizeof...(Ts) > 0) {
+      auto shared = std::make_shared<F>(std::move(factory));
+      runOnContainerThread([scope, shared](AdvancedDIContainer& container) {
+        (container.registerAsync<Ts>(scope,
+                                     [shared](AdvancedDIContainer& c) {
+                                       return (*shared)(c, TypeTag<Ts>{});
+                                     }),
+         ...);
+      });
+    }
+  }
+  /// When `condition` holds, `registerAsync<T>(scope, factory)` in a task; otherwise nothing.
+  template <class T, class F>
+  void registerIf(bool condition, DependencyScope scope, F factory) {
+    if (condition) registerLater<T>(scope, std::move(factory));
+  }
+  /// Registers `production` in a task (in every ordinary build, debug and release alike);
+  /// `development` is neither called nor kept. A framework built with the compile definition
+  /// `TAVRELDI_DEVELOPMENT` registers `development` instead.
+  template <class T, class D, class P>
+  void registerForEnvironment(DependencyScope scope, D development, P production) {
+    if (isDevelopmentBuild()) {
+      registerLater<T>(scope, std::move(development));
+    } else {
+      registerLater<T>(scope, std::move(production));
+    }
+  }
+  /// Completes once every task started by the convenience registrations so far has run.
+  [[nodiscard]] virtual asio::awaitable<void> awaitPendingRegistrations() = 0;
+
+  // ---- Scopes, cleanup, diagnostics ---------------------------------------------------
+
+  /// Makes (or empties) the scope `id`; prints "🔧 Created scope: <id>".
+  [[nodiscard]] virtual asio::awaitable<void> createScope(std::string id) = 0;
+  /// Drops the scope `id` and its instances; prints "🗑️ Disposed scope: <id>".
+  [[nodiscard]] virtual asio::awaitable<void> disposeScope(std::string id) = 0;
+  /// Makes `id` the scope that scoped instances live in.
+  [[nodiscard]] virtual asio::awaitable<void> setCurrentScope(std::string id) = 0;
+  /// The current scope identifier ("default" at first). Home thread only.
+  [[nodiscard]] virtual std::string getCurrentScope() const = 0;
+  /// Empties the caches and counters; keeps registrations, observed edges and the scope.
+  [[nodiscard]] virtual asio::awaitable<void> cleanup() = 0;
+  /// The metadata registered under `name`, or nothing. Home thread only.
+  [[nodiscard]] virtual std::optional<DependencyMetadata> getMetadata(
+      std::string_view name) const = 0;
+  /// A copy of the observed dependencies. Home thread only.
+  [[nodiscard]] virtual DependencyMap getDependencyMap() const = 0;
+  /// The number of registered factories. Home thread only.
+  [[nodiscard]] virtual std::int64_t getRegisteredServicesCount() const = 0;
+  /// Prints one line per registration's metadata. Home thread only.
+  virtual void debugPrintMetadata() const = 0;
+  /// Prints one line per factory ("async factory" / "sync factory"). Home thread only.
+  virtual void debugPrintFactories() const = 0;
+  /// A snapshot of the counters and timings.
+  [[nodiscard]] virtual asio::awaitable<PerformanceMetrics> getPerformanceMetrics() = 0;
+
+  // ---- Graph --------------------------------------------------------------------------
+
+  /// Checks that every registered name has its record; throws `DependencyResolutionError`
+  /// (`validationError`) otherwise, prints "✅ All dependencies are properly registered".
+  [[nodiscard]] virtual asio::awaitable<void> validateDependencies() = 0;
+  /// The graph of registrations and observed dependencies, with its analysis.
+  [[nodiscard]] virtual asio::awaitable<DependencyGraph> getDependencyGraph() = 0;
+  /// The analysis of the current graph.
+  [[nodiscard]] virtual asio::awaitable<GraphAnalysis> analyzeDependencyGraph() = 0;
+  /// The analysis of the current graph (same figures as `analyzeDependencyGraph`).
+  [[nodiscard]] virtual asio::awaitable<GraphAnalysis> analyzeDependencyGraphWithMetrics() = 0;
+
+  // ---- Preloading ---------------------------------------------------------------------
+
+  /// Resolves every non-transient registration by name; failures are printed, never thrown.
+  [[nodiscard]] virtual asio::awaitable<void> preloadDependencies() = 0;
+  /// Runs every factory of a non-transient registration and caches the instance by scope.
+  [[nodiscard]] virtual asio::awaitable<void> preloadAllGeneric() = 0;
+  /// Runs every factory, grouped by category, and drops the instances.
+  [[nodiscard]] virtual asio::awaitable<void> preloadSmart() = 0;
+  /// Runs every non-ViewModel factory, then every ViewModel factory, dropping the instances.
+  [[nodiscard]] virtual asio::awaitable<void> preloadViewModelsOnly() = 0;
+
+  // ---- Type-erased primitives ---------------------------------------------------------
+
+  /// Registers `factory` under `key` (what `registerAsync`/`registerSync` call). Home thread.
+  virtual void registerFactory(const ServiceKey& key, DependencyScope scope,
+                               DependencyLifetime lifetime, FactoryType factory) = 0;
+  /// Stores metadata under `key` (what `registerWithMetadata` calls). Home thread only.
+  virtual void registerMetadata(const ServiceKey& key, DependencyMetadata metadata) = 0;
+  /// Resolves `key` (what `resolve` calls).
+  [[nodiscard]] virtual asio::awaitable<AnyInstance> resolveInstance(const ServiceKey& key) = 0;
+  /// Resolves `key` from the caches (what `resolveSync` calls). Home thread only.
+  [[nodiscard]] virtual AnyInstance resolveInstanceSync(const ServiceKey& key) = 0;
+  /// Resolves a registration by its type name (used by preloading); no type check.
+  [[nodiscard]] virtual asio::awaitable<AnyInstance> resolveByName(std::string name) = 0;
+  /// Runs `task` later on the container's thread, unless the container is gone by then.
+  virtual void runOnContainerThread(std::function<void(AdvancedDIContainer&)> task) = 0;
+  /// The executor of the container's home thread.
+  [[nodiscard]] virtual const asio::any_io_executor& executor() const noexcept = 0;
+
+ private:
+  template <class T, class F>
+  void registerLater(DependencyScope scope, F factory) {
+    auto erased = detail::eraseAsyncFactory<T>(std::move(factory));
+    runOnContainerThread([scope, erased = std::move(erased)](AdvancedDIContainer& container) {
+      container.registerFactory(serviceKey<T>(), scope, DependencyLifetime::application,
+                                FactoryType::async(erased));
+    });
+  }
+  [[nodiscard]] static bool isDevelopmentBuild() noexcept;
+};
+
+}  // namespace tavreldi

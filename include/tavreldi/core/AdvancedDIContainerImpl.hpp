@@ -1,0 +1,147 @@
+#pragma once
+
+/// \file
+/// The container implementation.
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <asio/any_io_executor.hpp>
+
+#include "tavreldi/core/AdvancedDIContainer.hpp"
+#include "tavreldi/core/DIContainerConfig.hpp"
+#include "tavreldi/graph/CircularDependencyAnalysis.hpp"
+#include "tavreldi/telemetry/DIAnalyticsProvider.hpp"
+#include "tavreldi/telemetry/DICrashlyticsConfig.hpp"
+
+namespace tavreldi {
+
+namespace detail {
+struct ContainerState;
+}
+
+/// What the container measured for one type (read-only view for dashboards and viewers).
+struct ServiceStatistics {
+  std::string name;
+  std::int64_t resolutionCount = 0;
+  std::int64_t cacheHits = 0;
+  /// Seconds taken by the latest successful resolution, when there was one.
+  std::optional<double> latestResolutionTime;
+  /// When the latest successful resolution finished, when there was one.
+  std::optional<Timestamp> lastResolved;
+};
+
+/// The container. See `AdvancedDIContainer` for the threading rules: the thread that constructs
+/// it is its home thread, and `executor` must run there.
+class AdvancedDIContainerImpl final : public AdvancedDIContainer {
+ public:
+  /// Makes an empty container with its own copy of `config`, bound to `executor` (which must
+  /// run on the calling thread). No telemetry is attached.
+  AdvancedDIContainerImpl(DIContainerConfig config, asio::any_io_executor executor);
+  ~AdvancedDIContainerImpl() override;
+  AdvancedDIContainerImpl(const AdvancedDIContainerImpl&) = delete;
+  AdvancedDIContainerImpl& operator=(const AdvancedDIContainerImpl&) = delete;
+
+  /// Attaches telemetry: `provider`, or `DefaultDIAnalyticsProvider::shared()` when null, and
+  /// `crashlytics`, or `DICrashlyticsConfig::defaultConfig()` when absent. Home thread only.
+  void configureAnalytics(std::shared_ptr<DIAnalyticsProvider> provider = nullptr,
+                          std::optional<DICrashlyticsConfig> crashlytics = std::nullopt);
+  /// The attached analytics provider, or null.
+  [[nodiscard]] std::shared_ptr<DIAnalyticsProvider> analyticsProvider() const;
+  /// The attached crash-reporting configuration, or nothing.
+  [[nodiscard]] std::optional<DICrashlyticsConfig> crashlyticsConfig() const;
+  /// The container's configuration.
+  [[nodiscard]] const DIContainerConfig& config() const noexcept;
+  /// The resident memory of the whole process in bytes; 0 when it cannot be read. Home thread.
+  [[nodiscard]] std::uint64_t getMemoryUsage() const;
+  /// What the container measured for `name` (zeros when nothing). Home thread only.
+  [[nodiscard]] ServiceStatistics getServiceStatistics(std::string_view name) const;
+
+  // AdvancedDIContainer
+  void registerFactory(const ServiceKey& key, DependencyScope scope, DependencyLifetime lifetime,
+                       FactoryType factory) override;
+  void registerMetadata(const ServiceKey& key, DependencyMetadata metadata) override;
+  [[nodiscard]] asio::awaitable<AnyInstance> resolveInstance(const ServiceKey& key) override;
+  [[nodiscard]] AnyInstance resolveInstanceSync(const ServiceKey& key) override;
+  [[nodiscard]] asio::awaitable<AnyInstance> resolveByName(std::string name) override;
+  void runOnContainerThread(std::function<void(AdvancedDIContainer&)> task) override;
+  [[nodiscard]] asio::awaitable<void> awaitPendingRegistrations() override;
+  [[nodiscard]] const asio::any_io_executor& executor() const noexcept override;
+
+  [[nodiscard]] asio::awaitable<void> createScope(std::string id) override;
+  [[nodiscard]] asio::awaitable<void> disposeScope(std::string id) override;
+  [[nodiscard]] asio::awaitable<void> setCurrentScope(std::string id) override;
+  [[nodiscard]] std::string getCurrentScope() const override;
+  [[nodiscard]] asio::awaitable<void> cleanup() override;
+  [[nodiscard]] std::optional<DependencyMetadata> getMetadata(
+      std::string_view name) const override;
+  using AdvancedDIContainer::getMetadata;
+  [[nodiscard]] DependencyMap getDependencyMap() const override;
+  [[nodiscard]] std::int64_t getRegisteredServicesCount() const override;
+  void debugPrintMetadata() const override;
+  void debugPrintFactories() const override;
+  [[nodiscard]] asio::awaitable<PerformanceMetrics> getPerformanceMetrics() override;
+
+  [[nodiscard]] asio::awaitable<void> validateDependencies() override;
+  [[nodiscard]] asio::awaitable<DependencyGraph> getDependencyGraph() override;
+  [[nodiscard]] asio::awaitable<GraphAnalysis> analyzeDependencyGraph() override;
+  [[nodiscard]] asio::awaitable<GraphAnalysis> analyzeDependencyGraphWithMetrics() override;
+
+  [[nodiscard]] asio::awaitable<void> preloadDependencies() override;
+  [[nodiscard]] asio::awaitable<void> preloadAllGeneric() override;
+  [[nodiscard]] asio::awaitable<void> preloadSmart() override;
+  [[nodiscard]] asio::awaitable<void> preloadViewModelsOnly() override;
+
+  // ---- Graph building and validation --------------------------------------------------
+
+  /// The cycles among the observed dependencies, each a list of names (no closing repeat).
+  /// Home thread only.
+  [[nodiscard]] std::vector<std::vector<std::string>> findCircularDependencies() const;
+  /// The depth of `name`'s observed dependency chain. Home thread only.
+  [[nodiscard]] std::int64_t getDependencyDepth(std::string_view name) const;
+
+  // ---- Graph metrics ------------------------------------------------------------------
+
+  [[nodiscard]] ComplexityMetrics createComplexityMetrics(
+      const std::vector<DependencyNode>& nodes, const std::vector<DependencyEdge>& edges) const;
+  [[nodiscard]] double calculateComplexityScore(const std::vector<DependencyNode>& nodes,
+                                                const std::vector<DependencyEdge>& edges) const;
+  [[nodiscard]] ArchitectureMetrics createArchitectureMetrics(
+      const std::vector<DependencyNode>& nodes, const std::vector<DependencyEdge>& edges) const;
+  [[nodiscard]] HealthScore createHealthScore(const std::vector<DependencyNode>& nodes,
+                                              const std::vector<DependencyEdge>& edges) const;
+  [[nodiscard]] GraphPerformanceMetrics createGraphPerformanceMetrics(
+      const std::vector<DependencyNode>& nodes) const;
+  [[nodiscard]] std::vector<NodeCluster> createNodeClusters(
+      const std::vector<DependencyNode>& nodes) const;
+  [[nodiscard]] std::vector<CriticalPath> createCriticalPaths(
+      const std::vector<DependencyNode>& nodes, const std::vector<DependencyEdge>& edges) const;
+  [[nodiscard]] std::vector<Recommendation> createRecommendations(
+      const std::vector<DependencyNode>& nodes, const std::vector<DependencyEdge>& edges) const;
+
+  // ---- Cycle analysis -----------------------------------------------------------------
+
+  [[nodiscard]] std::vector<CircularDependency> findCircularDependenciesDetailed() const;
+  [[nodiscard]] CircularDependencySeverity calculateCycleSeverity(
+      const std::vector<std::string>& cycle) const;
+  [[nodiscard]] CircularDependencyImpact calculateCycleImpact(
+      const std::vector<std::string>& cycle) const;
+  [[nodiscard]] std::vector<std::string> generateCycleSuggestions(
+      const std::vector<std::string>& cycle) const;
+  [[nodiscard]] CircularDependencyAnalysis analyzeCircularDependencies() const;
+  [[nodiscard]] std::vector<std::string> generateOverallRecommendations(
+      const std::vector<CircularDependency>& cycles) const;
+
+  /// The internal state, for the container's own source files.
+  [[nodiscard]] detail::ContainerState& state() noexcept { return *state_; }
+  [[nodiscard]] const detail::ContainerState& state() const noexcept { return *state_; }
+
+ private:
+  std::unique_ptr<detail::ContainerState> state_;
+};
+
+}  // namespace tavreldi

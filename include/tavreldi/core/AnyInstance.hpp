@@ -1,0 +1,103 @@
+#pragma once
+
+/// \file
+/// Type-erased instances and factories as the container stores them.
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <typeinfo>
+#include <utility>
+#include <vector>
+
+#include <asio/awaitable.hpp>
+
+namespace tavreldi {
+
+class AdvancedDIContainer;
+
+/// A service instance with the type it was registered as.
+struct AnyInstance {
+  std::shared_ptr<void> pointer;
+  const std::type_info* type = nullptr;
+
+  /// True when an instance is held.
+  [[nodiscard]] explicit operator bool() const noexcept { return pointer != nullptr; }
+  /// True when the instance was registered as `T`.
+  template <class T>
+  [[nodiscard]] bool holds() const noexcept {
+    return type != nullptr && *type == typeid(T);
+  }
+  /// The instance as `T`; the caller has checked `holds<T>()`.
+  template <class T>
+  [[nodiscard]] std::shared_ptr<T> as() const noexcept {
+    return std::static_pointer_cast<T>(pointer);
+  }
+  /// Wraps `instance` as registered type `T`.
+  template <class T>
+  [[nodiscard]] static AnyInstance of(std::shared_ptr<T> instance) {
+    return {std::static_pointer_cast<void>(std::move(instance)), &typeid(T)};
+  }
+};
+
+/// A synchronous factory: makes an instance or throws.
+using SyncFactory = std::function<AnyInstance(AdvancedDIContainer&)>;
+/// An asynchronous factory: a coroutine that makes an instance or throws.
+using AsyncFactory = std::function<asio::awaitable<AnyInstance>(AdvancedDIContainer&)>;
+
+/// The factory of one registration: synchronous or asynchronous. Shared, so that a call in
+/// progress keeps its factory alive even if the type is registered again meanwhile.
+class FactoryType {
+ public:
+  FactoryType() = default;
+  /// Holds a synchronous factory.
+  static FactoryType sync(SyncFactory factory) {
+    FactoryType f;
+    f.sync_ = std::make_shared<const SyncFactory>(std::move(factory));
+    return f;
+  }
+  /// Holds an asynchronous factory.
+  static FactoryType async(AsyncFactory factory) {
+    FactoryType f;
+    f.async_ = std::make_shared<const AsyncFactory>(std::move(factory));
+    return f;
+  }
+  [[nodiscard]] bool isAsync() const noexcept { return async_ != nullptr; }
+  [[nodiscard]] explicit operator bool() const noexcept { return sync_ || async_; }
+  [[nodiscard]] const std::shared_ptr<const SyncFactory>& syncFactory() const noexcept {
+    return sync_;
+  }
+  [[nodiscard]] const std::shared_ptr<const AsyncFactory>& asyncFactory() const noexcept {
+    return async_;
+  }
+
+ private:
+  std::shared_ptr<const SyncFactory> sync_;
+  std::shared_ptr<const AsyncFactory> async_;
+};
+
+/// The observed dependencies, in insertion order: each type name (in the order first seen)
+/// with the names it was seen to resolve (in the order first seen).
+class DependencyMap {
+ public:
+  using Entry = std::pair<std::string, std::vector<std::string>>;
+  DependencyMap() = default;
+  explicit DependencyMap(std::vector<Entry> entries) : entries_(std::move(entries)) {}
+  /// The dependencies of `name`, or null when it has no entry.
+  [[nodiscard]] const std::vector<std::string>* find(std::string_view name) const noexcept {
+    for (const auto& [key, value] : entries_) {
+      if (key == name) return &value;
+    }
+    return nullptr;
+  }
+  [[nodiscard]] std::size_t size() const noexcept { return entries_.size(); }
+  [[nodiscard]] bool empty() const noexcept { return entries_.empty(); }
+  [[nodiscard]] auto begin() const noexcept { return entries_.begin(); }
+  [[nodiscard]] auto end() const noexcept { return entries_.end(); }
+  friend bool operator==(const DependencyMap&, const DependencyMap&) = default;
+
+ private:
+  std::vector<Entry> entries_;
+};
+
+}  // namespace tavreldi

@@ -1,0 +1,121 @@
+#pragma once
+
+/// \file
+/// A builder that queues registrations and modules and replays them into one container.
+
+#include <asio/any_io_executor.hpp>
+#include <asio/awaitable.hpp>
+#include <memory>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+#include "tavreldi/core/AdvancedDIContainer.hpp"
+#include "tavreldi/core/AdvancedDIContainerImpl.hpp"
+#include "tavreldi/core/DIContainerConfig.hpp"
+#include "tavreldi/core/DIModule.hpp"
+#include "tavreldi/core/DependencyScope.hpp"
+
+namespace tavreldi {
+
+/// Owns one new container and a queue of deferred registration steps (registrations and
+/// modules), which `build()` carries out in the order they were queued.
+///
+/// Threading: queuing may be done from any thread (the queue is locked); `build()` runs its
+/// steps on the container's thread, and concurrent `build()` calls run one after the other,
+/// never interleaving their steps. Factories must be callable from any thread.
+class ContainerBuilder {
+ public:
+  /// Makes the builder and its empty container with `config`, bound to `executor`. Must be
+  /// called on the thread that runs `executor` (the container's home thread).
+  ContainerBuilder(DIContainerConfig config, asio::any_io_executor executor);
+  ~ContainerBuilder();
+  ContainerBuilder(const ContainerBuilder&) = delete;
+  ContainerBuilder& operator=(const ContainerBuilder&) = delete;
+
+  /// Queues `registerAsync<T>(scope, lifetime, factory)`; `factory` is
+  /// `(AdvancedDIContainer&) -> asio::awaitable<std::shared_ptr<T>>`.
+  template <class T, class F>
+  ContainerBuilder& registerAsync(DependencyScope scope, DependencyLifetime lifetime, F factory) {
+    return enqueueRegistration(
+        serviceKey<T>(), scope, lifetime,
+        FactoryType::async(detail::eraseAsyncFactory<T>(std::move(factory))));
+  }
+  /// Queues `registerSync<T>(scope, lifetime, factory)`; `factory` is
+  /// `(AdvancedDIContainer&) -> std::shared_ptr<T>`.
+  template <class T, class F>
+  ContainerBuilder& registerSync(DependencyScope scope, DependencyLifetime lifetime, F factory) {
+    return enqueueRegistration(serviceKey<T>(), scope, lifetime,
+                               FactoryType::sync(detail::eraseSyncFactory<T>(std::move(factory))));
+  }
+  /// Queues a registration of `T` (lifetime `application`) whose factory hands out `instance`
+  /// itself, the same object every time.
+  template <class T>
+  ContainerBuilder& registerInstance(std::shared_ptr<T> instance, DependencyScope scope) {
+    return registerAsync<T>(scope, DependencyLifetime::application,
+                            [instance = std::move(instance)](AdvancedDIContainer&)
+                                -> asio::awaitable<std::shared_ptr<T>> { co_return instance; });
+  }
+  /// Queues `registerAsync<T>` with scope `singleton` and lifetime `application`.
+  template <class T, class F>
+  ContainerBuilder& registerService(F factory) {
+    return registerAsync<T>(DependencyScope::singleton, DependencyLifetime::application,
+                            std::move(factory));
+  }
+  /// Queues `registerAsync<T>` with scope `scoped` and lifetime `application`.
+  template <class T, class F>
+  ContainerBuilder& registerRepository(F factory) {
+    return registerAsync<T>(DependencyScope::scoped, DependencyLifetime::application,
+                            std::move(factory));
+  }
+  /// Queues `registerAsync<T>` with scope `transient` and lifetime `application`.
+  template <class T, class F>
+  ContainerBuilder& registerUseCase(F factory) {
+    return registerAsync<T>(DependencyScope::transient, DependencyLifetime::application,
+                            std::move(factory));
+  }
+  /// Queues `registerAsync<T>` with scope `lazy` and lifetime `application`.
+  template <class T, class F>
+  ContainerBuilder& registerViewModel(F factory) {
+    return registerAsync<T>(DependencyScope::lazy, DependencyLifetime::application,
+                            std::move(factory));
+  }
+  /// Queues a call of `module->configure(container)`.
+  ContainerBuilder& registerModule(std::shared_ptr<DIModule> module);
+
+  /// Carries out every queued step, in queue order, on the container's thread, and returns the
+  /// container. Stops at the first module that throws and rethrows its exception; the steps
+  /// run before it stay in effect. The queue is kept: building again replays every step into
+  /// the same container and returns the same object.
+  [[nodiscard]] asio::awaitable<std::shared_ptr<AdvancedDIContainer>> build();
+
+  /// The container being filled (the same object for the builder's whole life).
+  [[nodiscard]] const std::shared_ptr<AdvancedDIContainerImpl>& container() const noexcept {
+    return container_;
+  }
+
+ private:
+  // A deferred step: a registration (`key` set) or a module.
+  struct Step {
+    const ServiceKey* key = nullptr;
+    DependencyScope scope = DependencyScope::singleton;
+    DependencyLifetime lifetime = DependencyLifetime::application;
+    FactoryType factory;
+    std::shared_ptr<DIModule> module;
+  };
+  struct BuildGate;
+
+  ContainerBuilder& enqueueRegistration(const ServiceKey& key, DependencyScope scope,
+                                        DependencyLifetime lifetime, FactoryType factory);
+  ContainerBuilder& enqueue(Step step);
+  [[nodiscard]] std::vector<Step> snapshot() const;
+  [[nodiscard]] asio::awaitable<void> acquireBuildGate();
+  void releaseBuildGate();
+
+  std::shared_ptr<AdvancedDIContainerImpl> container_;
+  mutable std::mutex queueMutex_;
+  std::vector<Step> registrations_;
+  std::unique_ptr<BuildGate> gate_;
+};
+
+}  // namespace tavreldi

@@ -1,0 +1,99 @@
+#pragma once
+
+/// \file
+/// Edges of the dependency graph and their classifications.
+
+#include <array>
+#include <cstddef>
+#include <map>
+#include <string>
+#include <string_view>
+
+#include <nlohmann/json_fwd.hpp>
+
+#include "tavreldi/core/Enum.hpp"
+
+namespace tavreldi {
+
+/// Kind of relation.
+enum class RelationshipType {
+  dependency,
+  composition,
+  aggregation,
+  inheritance,
+  implementation,
+  association,
+  injection,
+  factory,
+  callback,
+  event,
+  dataFlow,
+  presentation,
+  unknown
+};
+
+template <>
+struct EnumTraits<RelationshipType> {
+  static constexpr std::array<std::string_view, 13> rawValues{
+      "Dependency", "Composition", "Aggregation", "Inheritance", "Implementation",
+      "Association", "Injection",  "Factory",     "Callback",    "Event",
+      "DataFlow",   "Presentation", "Unknown"};
+};
+
+/// How tight the coupling is (`moderate` and `medium` are distinct cases).
+enum class RelationshipStrength { weak, moderate, medium, strong, critical };
+
+template <>
+struct EnumTraits<RelationshipStrength> {
+  static constexpr std::array<std::string_view, 5> rawValues{"Weak", "Moderate", "Medium",
+                                                             "Strong", "Critical"};
+};
+
+/// Direction of the relation.
+enum class EdgeDirection { unidirectional, bidirectional, circular };
+
+template <>
+struct EnumTraits<EdgeDirection> {
+  static constexpr std::array<std::string_view, 3> rawValues{"Unidirectional", "Bidirectional",
+                                                             "Circular"};
+};
+
+/// Cost of following an edge.
+enum class PerformanceImpact { none, low, medium, high, critical };
+
+template <>
+struct EnumTraits<PerformanceImpact> {
+  static constexpr std::array<std::string_view, 5> rawValues{"None", "Low", "Medium", "High",
+                                                             "Critical"};
+};
+
+/// One dependency between two nodes. Identity (equality and hash) is the pair `from`, `to`.
+struct DependencyEdge {
+  std::string from;
+  std::string to;
+  std::string relationship;
+  bool isCircular = false;
+  RelationshipType relationshipType = RelationshipType::dependency;
+  RelationshipStrength strength = RelationshipStrength::weak;
+  EdgeDirection direction = EdgeDirection::unidirectional;
+  PerformanceImpact performanceImpact = PerformanceImpact::low;
+  std::map<std::string, std::string> metadata;
+
+  friend bool operator==(const DependencyEdge& a, const DependencyEdge& b) {
+    return a.from == b.from && a.to == b.to;
+  }
+};
+
+/// The nine keys of an edge.
+void to_json(nlohmann::json& json, const DependencyEdge& edge);
+void from_json(const nlohmann::json& json, DependencyEdge& edge);
+
+}  // namespace tavreldi
+
+template <>
+struct std::hash<tavreldi::DependencyEdge> {
+  std::size_t operator()(const tavreldi::DependencyEdge& edge) const noexcept {
+    const std::size_t h = std::hash<std::string>{}(edge.from);
+    return h ^ (std::hash<std::string>{}(edge.to) + 0x9e3779b97f4a7c15ULL + (h << 6) + (h >> 2));
+  }
+};

@@ -1,0 +1,64 @@
+#pragma once
+
+/// \file
+/// The container's performance snapshot and its text report.
+
+#include <array>
+#include <cstdint>
+#include <nlohmann/json_fwd.hpp>
+#include <string>
+#include <string_view>
+
+#include "tavreldi/core/Enum.hpp"
+#include "tavreldi/core/Timestamp.hpp"
+
+namespace tavreldi {
+
+/// Direction of performance.
+enum class PerformanceTrend { improving, stable, degrading, unknown };
+
+template <>
+struct EnumTraits<PerformanceTrend> {
+  static constexpr std::array<std::string_view, 4> rawValues{"improving", "stable", "degrading",
+                                                             "unknown"};
+};
+
+/// A snapshot of a container's counters and timings. An immutable value.
+struct PerformanceMetrics {
+  std::int64_t totalRegistrations;
+  std::int64_t totalResolutions;
+  double averageResolutionTime;
+  double maxResolutionTime;
+  double minResolutionTime;
+  std::int64_t memoryUsage;
+  double cacheHitRatio;
+  std::int64_t circularDependencyCount;
+  std::int64_t failedResolutions;
+  std::int64_t successfulResolutions;
+  Timestamp timestamp;
+  PerformanceTrend trend;
+
+  /// successful ÷ (successful + failed), 0 when there were none. Aborts on counter overflow.
+  [[nodiscard]] double successRate() const;
+  /// 1 − `successRate()` (so 1 when there were no resolutions at all).
+  [[nodiscard]] double failureRate() const;
+  /// The nine-line report ("Performance Metrics:\n- Total Registrations: ..."), no trailing
+  /// line feed.
+  [[nodiscard]] std::string description() const;
+};
+
+/// Writes a byte count the way a file-size formatter limited to KB, MB and GB does (1000-based):
+/// "Zero KB" for 0, "1 KB" for 999, "2.1 MB" for 2,100,000, "3 GB" for 3,000,000,000.
+/// Below 1 MB the figure is whole kilobytes rounded half up (at least 1 KB for any non-zero
+/// count); from 1 MB on it has one decimal, rounded half up, dropped when it is zero. A figure
+/// that rounds up to 1000 of its unit is written in the next unit ("1 MB" for 999,500 bytes,
+/// "1 GB" for 999,950,000); GB is the largest unit, its whole part grouped by "," in thousands.
+/// Negative counts are written with a leading minus sign.
+[[nodiscard]] std::string formatByteCount(std::int64_t bytes);
+
+/// Writes the twelve keys; dates as ISO 8601 text with milliseconds.
+void to_json(nlohmann::json& json, const PerformanceMetrics& metrics);
+/// Reads the twelve keys (all required); throws `DecodingError` naming the faulty key.
+void from_json(const nlohmann::json& json, PerformanceMetrics& metrics);
+
+}  // namespace tavreldi

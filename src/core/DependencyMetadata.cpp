@@ -1,0 +1,108 @@
+#include "tavreldi/core/DependencyMetadata.hpp"
+
+#include <functional>
+
+#include <fmt/format.h>
+
+#include "core/detail/Json.hpp"
+
+namespace tavreldi {
+
+bool DependencyMetadata::canBeCached() const noexcept {
+  return supportsCaching(scope) && !isLazy;
+}
+
+bool DependencyMetadata::shouldPreload() const noexcept {
+  return scope == DependencyScope::singleton && !isLazy;
+}
+
+std::string DependencyMetadata::description() const {
+  return fmt::format(
+      "Dependency Metadata:\n- Type: {}\n- Scope: {}\n- Lifetime: {}\n- Lazy: {}\n- Thread-Safe: "
+      "{}\n- Priority: {}\n- Tags: {}\n- Registration Time: {}",
+      typeName, toString(scope), toString(lifetime), isLazy, isThreadSafe, priority,
+      fmt::join(tags, ", "), toIso8601WithMilliseconds(registrationTime));
+}
+
+DependencyMetadata DependencyMetadata::with(const Changes& changes) const {
+  DependencyMetadata copy = *this;
+  if (changes.scope) copy.scope = *changes.scope;
+  if (changes.lifetime) copy.lifetime = *changes.lifetime;
+  if (changes.isLazy) copy.isLazy = *changes.isLazy;
+  if (changes.isThreadSafe) copy.isThreadSafe = *changes.isThreadSafe;
+  if (changes.tags) copy.tags = *changes.tags;
+  if (changes.customData) copy.customData = *changes.customData;
+  if (changes.typeName) copy.typeName = *changes.typeName;
+  if (changes.supportsCircularDetection) {
+    copy.supportsCircularDetection = *changes.supportsCircularDetection;
+  }
+  if (changes.priority) copy.priority = *changes.priority;
+  copy.dependencies.clear();
+  copy.threadSafety = ThreadSafety::safe;
+  return copy;
+}
+
+bool operator==(const DependencyMetadata& a, const DependencyMetadata& b) {
+  return a.scope == b.scope && a.lifetime == b.lifetime && a.isLazy == b.isLazy &&
+         a.isThreadSafe == b.isThreadSafe && a.tags == b.tags && a.customData == b.customData &&
+         a.typeName == b.typeName && a.supportsCircularDetection == b.supportsCircularDetection &&
+         a.priority == b.priority;
+}
+
+void to_json(nlohmann::json& json, const DependencyMetadata& m) {
+  json = nlohmann::json::object();
+  json["scope"] = m.scope;
+  json["lifetime"] = m.lifetime;
+  json["isLazy"] = m.isLazy;
+  json["isThreadSafe"] = m.isThreadSafe;
+  json["tags"] = m.tags;
+  json["customData"] = m.customData;
+  json["registrationTime"] = toIso8601WithMilliseconds(m.registrationTime);
+  json["typeName"] = m.typeName;
+  json["supportsCircularDetection"] = m.supportsCircularDetection;
+  json["priority"] = m.priority;
+  json["dependencies"] = m.dependencies;
+  json["threadSafety"] = m.threadSafety;
+}
+
+void from_json(const nlohmann::json& json, DependencyMetadata& m) {
+  detail::requireObject(json, "DependencyMetadata");
+  m = DependencyMetadata{
+      detail::field<DependencyScope>(json, "scope"),
+      detail::field<DependencyLifetime>(json, "lifetime"),
+      detail::field<bool>(json, "isLazy"),
+      detail::field<bool>(json, "isThreadSafe"),
+      detail::field<std::vector<std::string>>(json, "tags"),
+      detail::field<std::map<std::string, std::string>>(json, "customData"),
+      detail::dateField(json, "registrationTime"),
+      detail::field<std::string>(json, "typeName"),
+      detail::field<bool>(json, "supportsCircularDetection"),
+      detail::field<std::int64_t>(json, "priority"),
+      detail::field<std::vector<std::string>>(json, "dependencies"),
+      detail::field<ThreadSafety>(json, "threadSafety"),
+  };
+}
+
+}  // namespace tavreldi
+
+std::size_t std::hash<tavreldi::DependencyMetadata>::operator()(
+    const tavreldi::DependencyMetadata& m) const noexcept {
+  std::size_t seed = 0;
+  const auto mix = [&seed](std::size_t h) {
+    seed ^= h + 0x9e3779b97f4a7c15ULL + (seed << 6) + (seed >> 2);
+  };
+  const std::hash<std::string_view> text;
+  mix(text(tavreldi::toString(m.scope)));
+  mix(text(tavreldi::toString(m.lifetime)));
+  mix(std::hash<bool>{}(m.isLazy));
+  mix(std::hash<bool>{}(m.isThreadSafe));
+  for (const auto& tag : m.tags) mix(text(tag));
+  for (const auto& [key, value] : m.customData) {
+    mix(text(key));
+    mix(text(value));
+  }
+  mix(text(m.typeName));
+  mix(std::hash<bool>{}(m.supportsCircularDetection));
+  mix(std::hash<std::int64_t>{}(m.priority));
+  return seed;
+}

@@ -1,0 +1,226 @@
+// Preloading: creating registered instances ahead of their first use.
+//
+// Every walk takes a snapshot of the order list it walks when it starts and re-reads each slot
+// when it reaches it: a factory may suspend and other work (even new registrations) may run on
+// the container's thread meanwhile. Slots are never removed, so the snapshot stays valid.
+
+#include <exception>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "core/detail/ContainerState.hpp"
+#include "core/detail/HomeThread.hpp"
+#include "core/detail/Output.hpp"
+#include "tavreldi/core/AdvancedDIContainerImpl.hpp"
+#include "tavreldi/core/Errors.hpp"
+
+namespace tavreldi {
+
+using detail::ContainerState;
+using detail::printLine;
+using detail::Slot;
+
+namespace {
+
+// The text of the exception being handled: `what()`, or "unknown error" for anything that is
+// not a std::exception. Call only inside a catch block.
+std::string currentErrorText() {
+  try {
+    throw;
+  } catch (const std::exception& error) {
+    return error.what();
+  } catch (...) {
+    return "unknown error";
+  }
+}
+
+// Runs a factory with the container, awaiting it when it is asynchronous, and comes back to the
+// container's thread (an asynchronous factory may finish elsewhere).
+asio::awaitable<AnyInstance> callFactory(AdvancedDIContainerImpl& self, FactoryType factory,
+                                         std::string_view name) {
+  AnyInstance instance;
+  if (factory.isAsync()) {
+    instance = co_await (*factory.asyncFactory())(self);
+  } else {
+    instance = (*factory.syncFactory())(self);
+  }
+  co_await detail::switchToHomeThread(self.state());
+  // As in resolution: an empty pointer is a failure of the factory, not an instance.
+  if (!instance) {
+    throw DependencyResolutionError::factoryError("Factory returned no instance for " +
+                                                  std::string(name));
+  }
+  co_return instance;
+}
+
+// Makes an instance of `name` without resolution: the registry record, then the factory stored
+// under the record's type name. Nothing is cached, counted or reported.
+asio::awaitable<AnyInstance> createDirectly(AdvancedDIContainerImpl& self, std::string name) {
+  const ContainerState& s = self.state();
+  const Slot* slot = s.find(name);
+  if (slot == nullptr || !slot->metadata) throw DependencyResolutionError::notRegistered(name);
+  std::string typeName = slot->metadata->typeName;
+  const Slot* factorySlot = s.find(typeName);
+  if (factorySlot == nullptr || !factorySlot->factory) {
+    throw DependencyResolutionError::notRegistered(std::move(typeName));
+  }
+  AnyInstance instance = co_await callFactory(self, factorySlot->factory, typeName);
+  co_return instance;
+}
+
+// Creates and drops the instance of `name`, printing "   ✅ name" or "   ❌ name - error".
+asio::awaitable<void> createAndReport(AdvancedDIContainerImpl& self, std::string name) {
+  bool created = false;
+  try {
+    (void)co_await createDirectly(self, name);
+    created = true;
+  } catch (...) {
+    printLine("   ❌ {} - {}", name, currentErrorText());
+  }
+  if (created) printLine("   ✅ {}", name);
+}
+
+// The preloading category of a type name: the first rule whose text the name contains.
+std::string_view categoryOf(std::string_view name) noexcept {
+  struct Rule {
+    std::string_view text;
+    std::string_view category;
+  };
+  static constexpr Rule kRules[] = {
+      {"Service", "Core Services"},   {"Protocol", "Core Services"}, {"API", "APIs"},
+      {"Repository", "Repositories"}, {"UseCase", "Use Cases"},      {"ViewModel", "ViewModels"}};
+  for (const Rule& rule : kRules) {
+    if (name.find(rule.text) != std::string_view::npos) return rule.category;
+  }
+  return "Other";
+}
+
+struct Category {
+  std::string_view name;
+  std::vector<std::string> members;
+};
+
+// The names of `factories`, in insertion order, grouped by category; categories in the order
+// they are first met.
+std::vector<Category> groupFactoriesByCategory(const ContainerState& s) {
+  std::vector<Category> groups;
+  for (const Slot* slot : s.factoryOrder) {
+    const std::string_view category = categoryOf(slot->name);
+    auto group = groups.begin();
+    while (group != groups.end() && group->name != category) ++group;
+    if (group == groups.end()) group = groups.insert(groups.end(), Category{category, {}});
+    group->members.push_back(slot->name);
+  }
+  return groups;
+}
+
+}  // namespace
+
+asio::awaitable<void> AdvancedDIContainerImpl::preloadDependencies() {
+  co_await detail::switchToHomeThread(*state_);
+  ContainerState& s = *state_;
+  printLine("🚀 Preloading critical dependencies...");
+  const std::vector<Slot*> order = s.registryOrder;
+  for (std::size_t i = 0; i < order.size(); ++i) {
+    const Slot& slot = *order[i];
+    if (!slot.metadata) continue;
+    const DependencyScope scope = slot.metadata->scope;
+    std::string name = slot.name;
+    if (scope == DependencyScope::transient) {
+      printLine("⏭️ Skipped transient: {}", name);
+      continue;
+    }
+    bool preloaded = false;
+    try {
+      (void)co_await resolveByName(name);
+      preloaded = true;
+    } catch (...) {
+      printLine("⚠️ Failed to preload: {} - {}", name, currentErrorText());
+    }
+    co_await detail::switchToHomeThread(s);
+    if (preloaded) printLine("✅ Preloaded {}: {}", toString(scope), name);
+  }
+  printLine("✅ Dependency preloading completed");
+}
+
+asio::awaitable<void> AdvancedDIContainerImpl::preloadAllGeneric() {
+  co_await detail::switchToHomeThread(*state_);
+  ContainerState& s = *state_;
+  printLine("🚀 Starting generic preloading...");
+  const std::vector<Slot*> order = s.registryOrder;
+  for (std::size_t i = 0; i < order.size(); ++i) {
+    Slot& slot = *order[i];
+    if (!slot.metadata) continue;
+    const DependencyScope scope = slot.metadata->scope;
+    printLine(" Preloading: {} with scope: {}", slot.name, toString(scope));
+    if (scope == DependencyScope::transient) {
+      printLine("⏭️ Skipping transient: {}", slot.name);
+      continue;
+    }
+    if (!slot.factory) continue;
+
+    AnyInstance instance;
+    try {
+      instance = co_await callFactory(*this, slot.factory, slot.name);
+    } catch (...) {
+      printLine("⚠️ Failed to preload: {} - {}", slot.name, currentErrorText());
+      continue;
+    }
+    switch (scope) {
+      case DependencyScope::singleton:
+      case DependencyScope::container:
+      case DependencyScope::custom:
+        slot.singleton = std::move(instance);
+        break;
+      case DependencyScope::scoped:
+        s.scopedInstances[s.scopeId][&slot] = std::move(instance);
+        break;
+      case DependencyScope::lazy:
+        slot.lazy = std::move(instance);
+        break;
+      case DependencyScope::transient:
+        break;
+    }
+    printLine("✅ Cached {}: {}", toString(scope), slot.name);
+  }
+  printLine("✅ Generic preloading completed");
+}
+
+asio::awaitable<void> AdvancedDIContainerImpl::preloadSmart() {
+  co_await detail::switchToHomeThread(*state_);
+  const ContainerState& s = *state_;
+  printLine("🚀 Smart preloading - analyzing dependency tree...");
+  const std::vector<Category> groups = groupFactoriesByCategory(s);
+  for (const Category& group : groups) {
+    printLine("🔄 Preloading {} ({} items)...", group.name, group.members.size());
+    for (std::size_t i = 0; i < group.members.size(); ++i) {
+      const std::string& name = group.members[i];
+      const Slot* slot = s.find(name);
+      if (slot == nullptr || !slot->metadata) continue;
+      co_await createAndReport(*this, name);
+    }
+  }
+  printLine("✅ Smart preloading complete!");
+}
+
+asio::awaitable<void> AdvancedDIContainerImpl::preloadViewModelsOnly() {
+  co_await detail::switchToHomeThread(*state_);
+  printLine("🚀 Preloading ViewModels and their dependencies...");
+  std::vector<std::string> dependencies;
+  std::vector<std::string> viewModels;
+  for (Category& group : groupFactoriesByCategory(*state_)) {
+    auto& target = group.name == "ViewModels" ? viewModels : dependencies;
+    for (std::string& name : group.members) target.push_back(std::move(name));
+  }
+  for (std::size_t i = 0; i < dependencies.size(); ++i) {
+    co_await createAndReport(*this, dependencies[i]);
+  }
+  for (std::size_t i = 0; i < viewModels.size(); ++i) {
+    co_await createAndReport(*this, viewModels[i]);
+  }
+  printLine("✅ ViewModels preloaded - resolveSync works everywhere!");
+}
+
+}  // namespace tavreldi

@@ -1,0 +1,159 @@
+#pragma once
+
+// The container's state, shared by the source files of AdvancedDIContainerImpl.
+//
+// Every name the container has seen (registered, or observed as a dependency) has one Slot that
+// holds what each of the container's maps holds under that name: its metadata (typeRegistry), factory
+// (factories), cached singleton/lazy instances, counters and observed dependencies
+// (dependencyMap). One lookup per resolution finds everything. Slots are never removed, so
+// pointers to them stay valid; the per-map insertion orders are kept as lists of slots.
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <deque>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include <asio/any_io_executor.hpp>
+
+#include "tavreldi/core/AnyInstance.hpp"
+#include "tavreldi/core/DIContainerConfig.hpp"
+#include "tavreldi/core/DependencyMetadata.hpp"
+#include "tavreldi/core/TypeName.hpp"
+#include "tavreldi/telemetry/DIAnalyticsProvider.hpp"
+#include "tavreldi/telemetry/DICrashlyticsConfig.hpp"
+
+namespace tavreldi::detail {
+
+struct Slot {
+  explicit Slot(std::string slotName) : name(std::move(slotName)) {}
+
+  std::string name;
+  std::optional<DependencyMetadata> metadata;  // typeRegistry[name]
+  FactoryType factory;                         // factories[name]
+  AnyInstance singleton;                       // singletons[name]
+  AnyInstance lazy;                            // lazyInstances[name]
+  std::optional<double> latestResolutionTime;  // performanceMetrics[name]
+  std::int64_t resolutionCount = 0;            // resolutionCounts[name]
+  std::int64_t cacheHits = 0;                  // cacheHits[name]
+  std::optional<Timestamp> lastResolved;
+  bool inFactories = false;
+  bool inRegistry = false;
+  bool inDependencyMap = false;
+  std::vector<Slot*> dependencies;        // dependencyMap[name], in the order first seen
+  std::unordered_set<Slot*> dependencySet;  // membership for large sets
+};
+
+/// Telemetry attachments and a liveness flag, shared with the tasks the container posts: a
+/// registration's analytics task reads the provider when it runs, and a posted convenience
+/// registration runs only while the container still exists.
+struct Attachments {
+  std::shared_ptr<DIAnalyticsProvider> provider;
+  std::optional<DICrashlyticsConfig> crashlytics;
+  bool alive = true;
+};
+
+struct ContainerState {
+  ContainerState(DIContainerConfig cfg, asio::any_io_executor exec)
+      : config(cfg), executor(std::move(exec)), homeThread(std::this_thread::get_id()) {}
+
+  DIContainerConfig config;
+  asio::any_io_executor executor;
+  std::thread::id homeThread;
+
+  std::deque<Slot> slots;
+  std::unordered_map<std::string_view, Slot*> byName;  // keys view Slot::name
+  std::vector<Slot*> byTypeId;                         // indexed by ServiceKey::id
+
+  std::vector<Slot*> registryOrder;       // typeRegistry keys, in insertion order
+  std::vector<Slot*> factoryOrder;        // factories keys, in insertion order
+  std::vector<Slot*> dependencyMapOrder;  // dependencyMap keys, in insertion order
+
+  using ScopeInstances = std::unordered_map<const Slot*, AnyInstance>;
+  std::unordered_map<std::string, ScopeInstances> scopedInstances;
+  std::string scopeId = "default";
+
+  std::vector<Slot*> resolutionStack;
+  std::shared_ptr<Attachments> attachments = std::make_shared<Attachments>();
+
+  [[nodiscard]] bool onHomeThread() const noexcept {
+    return std::this_thread::get_id() == homeThread;
+  }
+
+  /// Aborts with a message on standard error when called off the home thread.
+  void requireHomeThread(const char* operation) const noexcept {
+    if (!onHomeThread()) {
+      std::fprintf(stderr,
+                   "TavrelDI: AdvancedDIContainerImpl::%s called off the container's thread\n",
+                   operation);
+      std::abort();
+    }
+  }
+
+  /// The slot of `name`, or null.
+  [[nodiscard]] Slot* find(std::string_view name) const noexcept {
+    const auto it = byName.find(name);
+    return it == byName.end() ? nullptr : it->second;
+  }
+
+  /// The slot of `name`, made when missing.
+  Slot& obtain(std::string_view name) {
+    if (Slot* slot = find(name)) return *slot;
+    Slot& slot = slots.emplace_back(std::string(name));
+    byName.emplace(slot.name, &slot);
+    return slot;
+  }
+
+  /// The slot of a typed key, made when missing; remembered by type number.
+  Slot& obtain(const ServiceKey& key) {
+    if (key.id < byTypeId.size() && byTypeId[key.id] != nullptr) return *byTypeId[key.id];
+    Slot& slot = obtain(key.name);
+    if (key.id >= byTypeId.size()) byTypeId.resize(key.id + 1, nullptr);
+    byTypeId[key.id] = &slot;
+    return slot;
+  }
+
+  /// Scoped instances of the current scope, or null when the scope has no map.
+  [[nodiscard]] ScopeInstances* currentScopeInstances() {
+    const auto it = scopedInstances.find(scopeId);
+    return it == scopedInstances.end() ? nullptr : &it->second;
+  }
+
+  /// Adds `dependency` to `owner`'s observed set; false when it was there already.
+  bool addDependency(Slot& owner, Slot& dependency) {
+    if (!owner.inDependencyMap) {
+      owner.inDependencyMap = true;
+      dependencyMapOrder.push_back(&owner);
+    }
+    if (!owner.dependencySet.insert(&dependency).second) return false;
+    owner.dependencies.push_back(&dependency);
+    return true;
+  }
+};
+
+/// Aborts when `counter + 1` would overflow; otherwise increments it.
+inline void incrementCounter(std::int64_t& counter) noexcept {
+  if (__builtin_add_overflow(counter, 1, &counter)) {
+    std::fputs("TavrelDI: counter overflow\n", stderr);
+    std::abort();
+  }
+}
+
+/// Adds with an overflow check (aborts on overflow).
+inline std::int64_t checkedAdd(std::int64_t a, std::int64_t b) noexcept {
+  std::int64_t result = 0;
+  if (__builtin_add_overflow(a, b, &result)) {
+    std::fputs("TavrelDI: counter overflow\n", stderr);
+    std::abort();
+  }
+  return result;
+}
+
+}  // namespace tavreldi::detail

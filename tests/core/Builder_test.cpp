@@ -1,0 +1,180 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <stdexcept>
+
+#include "support/AsyncTest.hpp"
+#include "support/SampleServices.hpp"
+#include "tavreldi/core/ContainerBuilder.hpp"
+#include "tavreldi/core/ContainerFactory.hpp"
+#include "tavreldi/core/LineWriter.hpp"
+
+namespace tavreldi {
+namespace {
+
+using namespace sample;
+using Lines = std::vector<std::string>;
+
+// Prints "<name>.configure", yields to the executor once, registers UserAPI, then fails when
+// asked to.
+class RecordingModule final : public DIModule {
+ public:
+  explicit RecordingModule(std::string name, bool fails = false)
+      : name_(std::move(name)), fails_(fails) {}
+
+  asio::awaitable<void> configure(AdvancedDIContainer& container) override {
+    writeLine(name_ + ".configure");
+    const auto executor = co_await asio::this_coro::executor;
+    co_await asio::post(executor, asio::use_awaitable);
+    container.registerSync<UserAPI>(DependencyScope::singleton, [](AdvancedDIContainer&) {
+      return std::make_shared<UserAPI>();
+    });
+    if (fails_) throw std::runtime_error(name_ + " failed");
+  }
+
+ private:
+  std::string name_;
+  bool fails_;
+};
+
+asio::awaitable<std::shared_ptr<Logger>> makeLogger(AdvancedDIContainer&) {
+  co_return std::make_shared<Logger>();
+}
+asio::awaitable<std::shared_ptr<UserRepository>> makeRepository(AdvancedDIContainer&) {
+  co_return std::make_shared<UserRepository>();
+}
+
+const std::string kLogger = "🔧 Registered Logger with scope: singleton and dependencies: []";
+const std::string kApi = "🔧 Registered UserAPI with scope: singleton and dependencies: []";
+const std::string kRepository =
+    "🔧 Registered UserRepository with scope: scoped and dependencies: []";
+
+class Builder : public testing::AsyncTest {
+ protected:
+  // Logger, module M, UserRepository.
+  void queueInterleaved(ContainerBuilder& builder, bool moduleFails = false) {
+    builder
+        .registerSync<Logger>(DependencyScope::singleton, DependencyLifetime::session,
+                              [](AdvancedDIContainer&) { return std::make_shared<Logger>(); })
+        .registerModule(std::make_shared<RecordingModule>("M", moduleFails))
+        .registerRepository<UserRepository>(makeRepository);
+  }
+};
+
+TEST_F(Builder, BuildRunsRegistrationsAndModulesInQueueOrder) {
+  ContainerBuilder builder(DIContainerConfig::strict(), io.get_executor());
+  LineRecorder recorder;
+  queueInterleaved(builder);
+  EXPECT_TRUE(recorder.lines().empty());  // queuing registers nothing
+  EXPECT_EQ(builder.container()->getRegisteredServicesCount(), 0);
+
+  const auto container = run(builder.build());
+  EXPECT_EQ(container.get(), builder.container().get());
+  EXPECT_EQ(recorder.lines(), (Lines{kLogger, "M.configure", kApi, kRepository}));
+  EXPECT_EQ(container->getMetadata<Logger>()->lifetime, DependencyLifetime::session);
+  EXPECT_EQ(container->getMetadata<UserRepository>()->lifetime, DependencyLifetime::application);
+
+  // Building again replays every step into the same container.
+  recorder.clear();
+  const auto again = run(builder.build());
+  EXPECT_EQ(again.get(), container.get());
+  EXPECT_EQ(recorder.lines(), (Lines{kLogger, "M.configure", kApi, kRepository}));
+  EXPECT_EQ(container->getRegisteredServicesCount(), 3);
+}
+
+TEST_F(Builder, FailingModuleStopsBuildKeepingEarlierSteps) {
+  ContainerBuilder builder(DIContainerConfig::strict(), io.get_executor());
+  queueInterleaved(builder, true);
+  LineRecorder recorder;
+  try {
+    (void)run(builder.build());
+    FAIL() << "build() should fail";
+  } catch (const std::runtime_error& error) {
+    EXPECT_STREQ(error.what(), "M failed");
+  }
+  EXPECT_EQ(recorder.lines(), (Lines{kLogger, "M.configure", kApi}));
+  const auto& container = *builder.container();
+  EXPECT_TRUE(container.isRegistered<Logger>());
+  EXPECT_TRUE(container.isRegistered<UserAPI>());
+  EXPECT_FALSE(container.isRegistered<UserRepository>());
+}
+
+TEST_F(Builder, ConcurrentBuildsDoNotInterleave) {
+  ContainerBuilder builder(DIContainerConfig::strict(), io.get_executor());
+  queueInterleaved(builder);
+  LineRecorder recorder;
+  // The module suspends; a second build started meanwhile must wait for the first.
+  auto first = asio::co_spawn(io, builder.build(), asio::use_future);
+  auto second = asio::co_spawn(io, builder.build(), asio::use_future);
+  drive(first);
+  drive(second);
+  EXPECT_EQ(first.get(), second.get());
+  EXPECT_EQ(recorder.lines(), (Lines{kLogger, "M.configure", kApi, kRepository, kLogger,
+                                     "M.configure", kApi, kRepository}));
+}
+
+TEST_F(Builder, ConvenienceFormsImplyScopesAndApplicationLifetime) {
+  ContainerBuilder builder(DIContainerConfig::strict(), io.get_executor());
+  const auto api = std::make_shared<UserAPI>();
+  builder.registerService<Logger>(makeLogger)
+      .registerRepository<UserRepository>(makeRepository)
+      .registerUseCase<LoadUserUseCase>(
+          [](AdvancedDIContainer&) -> asio::awaitable<std::shared_ptr<LoadUserUseCase>> {
+            co_return std::make_shared<LoadUserUseCase>();
+          })
+      .registerViewModel<UserViewModel>(
+          [](AdvancedDIContainer&) -> asio::awaitable<std::shared_ptr<UserViewModel>> {
+            co_return std::make_shared<UserViewModel>();
+          })
+      .registerInstance<UserAPI>(api, DependencyScope::transient)
+      .registerAsync<CycleA>(DependencyScope::custom, DependencyLifetime::request,
+                             [](AdvancedDIContainer&) -> asio::awaitable<std::shared_ptr<CycleA>> {
+                               co_return std::make_shared<CycleA>();
+                             });
+  const auto container = run(builder.build());
+  const auto expect = [&](std::optional<DependencyMetadata> metadata, DependencyScope scope,
+                          DependencyLifetime lifetime) {
+    ASSERT_TRUE(metadata);
+    EXPECT_EQ(metadata->scope, scope) << metadata->typeName;
+    EXPECT_EQ(metadata->lifetime, lifetime) << metadata->typeName;
+  };
+  constexpr auto application = DependencyLifetime::application;
+  expect(container->getMetadata<Logger>(), DependencyScope::singleton, application);
+  expect(container->getMetadata<UserRepository>(), DependencyScope::scoped, application);
+  expect(container->getMetadata<LoadUserUseCase>(), DependencyScope::transient, application);
+  expect(container->getMetadata<UserViewModel>(), DependencyScope::lazy, application);
+  expect(container->getMetadata<UserAPI>(), DependencyScope::transient, application);
+  expect(container->getMetadata<CycleA>(), DependencyScope::custom, DependencyLifetime::request);
+  // Transient, yet the same object every time.
+  EXPECT_EQ(run(container->resolve<UserAPI>()), api);
+  EXPECT_EQ(run(container->resolve<UserAPI>()), api);
+}
+
+asio::awaitable<void> configureApp(ContainerBuilder& builder) {
+  builder.registerService<Logger>(makeLogger);
+  co_return;
+}
+
+TEST_F(Builder, FactoryEntryPoints) {
+  LineRecorder recorder;
+  const auto empty =
+      run(ContainerFactory::createWithModules(DIContainerConfig::strict(), io.get_executor(), {}));
+  EXPECT_EQ(empty->getRegisteredServicesCount(), 0);
+  EXPECT_TRUE(recorder.lines().empty());
+
+  const auto configured =
+      run(ContainerFactory::create(DIContainerConfig::strict(), io.get_executor(), configureApp));
+  EXPECT_TRUE(configured->isRegistered<Logger>());
+  EXPECT_NE(run(configured->resolve<Logger>()), nullptr);
+
+  recorder.clear();
+  const auto modular = run(ContainerFactory::createWithModules(
+      DIContainerConfig::strict(), io.get_executor(),
+      {std::make_shared<RecordingModule>("first"), std::make_shared<RecordingModule>("second")}));
+  EXPECT_EQ(recorder.lines(), (Lines{"first.configure", kApi, "second.configure", kApi}));
+  EXPECT_EQ(modular->getRegisteredServicesCount(), 1);
+  EXPECT_NE(modular.get(), configured.get());
+}
+
+}  // namespace
+}  // namespace tavreldi

@@ -1,0 +1,300 @@
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <stdexcept>
+
+#include "support/AsyncTest.hpp"
+#include "support/SampleServices.hpp"
+#include "tavreldi/core/Errors.hpp"
+#include "tavreldi/core/LineWriter.hpp"
+
+namespace tavreldi {
+namespace {
+
+using namespace sample;
+using testing::normaliseDurations;
+using Lines = std::vector<std::string>;
+
+struct PaymentService {};
+struct PaymentAPIRepository {};
+struct AuditProtocol {};
+
+DependencyMetadata metadataFor(std::string typeName, DependencyScope scope) {
+  return DependencyMetadata{scope,
+                            DependencyLifetime::application,
+                            false,
+                            true,
+                            {},
+                            {},
+                            std::chrono::system_clock::now(),
+                            std::move(typeName),
+                            true,
+                            0,
+                            {},
+                            ThreadSafety::safe};
+}
+
+template <class T>
+asio::awaitable<std::shared_ptr<T>> make(AdvancedDIContainer&) {
+  co_return std::make_shared<T>();
+}
+
+asio::awaitable<std::shared_ptr<PaymentService>> failingPayment(AdvancedDIContainer&) {
+  throw std::runtime_error("payment gateway down");
+  co_return nullptr;
+}
+
+class Preloading : public testing::AsyncTest {
+ protected:
+  // Every scope once, no factory resolving anything: one failing factory (PaymentService), one
+  // transient (LoadUserUseCase) and one registration without a factory (AuditProtocol).
+  std::shared_ptr<AdvancedDIContainerImpl> flatApp() {
+    auto c = makeContainer();
+    c->registerAsync<UserViewModel>(DependencyScope::lazy, make<UserViewModel>);
+    c->registerAsync<PaymentService>(DependencyScope::singleton, failingPayment);
+    c->registerSync<Logger>(DependencyScope::singleton,
+                            [](AdvancedDIContainer&) { return std::make_shared<Logger>(); });
+    c->registerAsync<UserAPI>(DependencyScope::custom, make<UserAPI>);
+    c->registerSync<LoadUserUseCase>(DependencyScope::transient, [this](AdvancedDIContainer&) {
+      ++useCasesMade;
+      return std::make_shared<LoadUserUseCase>();
+    });
+    c->registerAsync<UserRepository>(DependencyScope::scoped, make<UserRepository>);
+    c->registerSync<PaymentAPIRepository>(DependencyScope::container, [](AdvancedDIContainer&) {
+      return std::make_shared<PaymentAPIRepository>();
+    });
+    c->registerWithMetadata<AuditProtocol>(
+        metadataFor("AuditProtocol", DependencyScope::singleton));
+    return c;
+  }
+
+  // UserViewModel -> LoadUserUseCase -> UserRepository -> UserAPI -> Logger, each factory
+  // resolving the next through the container; dependents registered first.
+  std::shared_ptr<AdvancedDIContainerImpl> chainApp() {
+    auto c = makeContainer();
+    c->registerAsync<UserViewModel>(
+        DependencyScope::lazy,
+        [](AdvancedDIContainer& c) -> asio::awaitable<std::shared_ptr<UserViewModel>> {
+          auto useCase = co_await c.resolve<LoadUserUseCase>();
+          co_return std::make_shared<UserViewModel>(UserViewModel{useCase});
+        });
+    c->registerAsync<LoadUserUseCase>(
+        DependencyScope::transient,
+        [](AdvancedDIContainer& c) -> asio::awaitable<std::shared_ptr<LoadUserUseCase>> {
+          auto repository = co_await c.resolve<UserRepository>();
+          co_return std::make_shared<LoadUserUseCase>(LoadUserUseCase{repository});
+        });
+    c->registerAsync<UserRepository>(
+        DependencyScope::scoped,
+        [](AdvancedDIContainer& c) -> asio::awaitable<std::shared_ptr<UserRepository>> {
+          auto api = co_await c.resolve<UserAPI>();
+          co_return std::make_shared<UserRepository>(UserRepository{api});
+        });
+    c->registerAsync<UserAPI>(
+        DependencyScope::custom,
+        [](AdvancedDIContainer& c) -> asio::awaitable<std::shared_ptr<UserAPI>> {
+          auto logger = co_await c.resolve<Logger>();
+          co_return std::make_shared<UserAPI>(UserAPI{logger});
+        });
+    c->registerSync<Logger>(DependencyScope::singleton,
+                            [](AdvancedDIContainer&) { return std::make_shared<Logger>(); });
+    return c;
+  }
+
+  template <class T>
+  bool availableSync(AdvancedDIContainerImpl& c) {
+    try {
+      return c.resolveSync<T>() != nullptr;
+    } catch (const DependencyResolutionError& error) {
+      EXPECT_STREQ(error.what(),
+                   "Factory error: Instance not available for synchronous resolution");
+      return false;
+    }
+  }
+
+  int useCasesMade = 0;
+};
+
+TEST_F(Preloading, EmptyContainerPrintsOnlyOpeningAndClosingLines) {
+  auto c = makeContainer();
+  LineRecorder recorder;
+  run(c->preloadDependencies());
+  run(c->preloadAllGeneric());
+  run(c->preloadSmart());
+  run(c->preloadViewModelsOnly());
+  EXPECT_EQ(
+      recorder.lines(),
+      (Lines{"🚀 Preloading critical dependencies...", "✅ Dependency preloading completed",
+             "🚀 Starting generic preloading...", "✅ Generic preloading completed",
+             "🚀 Smart preloading - analyzing dependency tree...", "✅ Smart preloading complete!",
+             "🚀 Preloading ViewModels and their dependencies...",
+             "✅ ViewModels preloaded - resolveSync works everywhere!"}));
+}
+
+TEST_F(Preloading, DependenciesResolveEachNonTransientEntryInRegistrationOrder) {
+  auto c = flatApp();
+  LineRecorder recorder;
+  run(c->preloadDependencies());
+  EXPECT_EQ(
+      normaliseDurations(recorder.lines()),
+      (Lines{"🚀 Preloading critical dependencies...",
+             "🔍 Resolving: UserViewModel",
+             "✅ Resolved: UserViewModel (took T)",
+             "✅ Preloaded lazy: UserViewModel",
+             "🔍 Resolving: PaymentService",
+             "🔄 resolveSingleton called for: PaymentService",
+             "   🔄 Creating new instance for: PaymentService",
+             "❌ Failed to resolve PaymentService: payment gateway down",
+             "⚠️ Failed to preload: PaymentService - payment gateway down",
+             "🔍 Resolving: Logger",
+             "🔄 resolveSingleton called for: Logger",
+             "   🔄 Creating new instance for: Logger",
+             "✅ Resolved: Logger (took T)",
+             "✅ Preloaded singleton: Logger",
+             "🔍 Resolving: UserAPI",
+             "🔄 resolveSingleton called for: UserAPI",
+             "   🔄 Creating new instance for: UserAPI",
+             "✅ Resolved: UserAPI (took T)",
+             "✅ Preloaded custom: UserAPI",
+             "⏭️ Skipped transient: LoadUserUseCase",
+             "🔍 Resolving: UserRepository",
+             "✅ Resolved: UserRepository (took T)",
+             "✅ Preloaded scoped: UserRepository",
+             "🔍 Resolving: PaymentAPIRepository",
+             "🔄 resolveSingleton called for: PaymentAPIRepository",
+             "   🔄 Creating new instance for: PaymentAPIRepository",
+             "✅ Resolved: PaymentAPIRepository (took T)",
+             "✅ Preloaded container: PaymentAPIRepository",
+             "🔍 Resolving: AuditProtocol",
+             "🔄 resolveSingleton called for: AuditProtocol",
+             "   🔄 Creating new instance for: AuditProtocol",
+             "❌ Failed to resolve AuditProtocol: Factory error: No factory found for AuditProtocol",
+             "⚠️ Failed to preload: AuditProtocol - Factory error: No factory found for "
+             "AuditProtocol",
+             "✅ Dependency preloading completed"}));
+  EXPECT_EQ(useCasesMade, 0);
+  EXPECT_EQ(c->getServiceStatistics("Logger").resolutionCount, 1);
+}
+
+TEST_F(Preloading, AllGenericCachesByScopeAndSkipsMissingFactoriesSilently) {
+  auto c = flatApp();
+  LineRecorder recorder;
+  run(c->preloadAllGeneric());
+  EXPECT_EQ(
+      recorder.lines(),
+      (Lines{"🚀 Starting generic preloading...", " Preloading: UserViewModel with scope: lazy",
+             "✅ Cached lazy: UserViewModel", " Preloading: PaymentService with scope: singleton",
+             "⚠️ Failed to preload: PaymentService - payment gateway down",
+             " Preloading: Logger with scope: singleton", "✅ Cached singleton: Logger",
+             " Preloading: UserAPI with scope: custom", "✅ Cached custom: UserAPI",
+             " Preloading: LoadUserUseCase with scope: transient",
+             "⏭️ Skipping transient: LoadUserUseCase",
+             " Preloading: UserRepository with scope: scoped", "✅ Cached scoped: UserRepository",
+             " Preloading: PaymentAPIRepository with scope: container",
+             "✅ Cached container: PaymentAPIRepository",
+             " Preloading: AuditProtocol with scope: singleton",
+             "✅ Generic preloading completed"}));
+  EXPECT_EQ(useCasesMade, 0);
+  // Direct creation counts nothing.
+  EXPECT_EQ(c->getServiceStatistics("Logger").resolutionCount, 0);
+}
+
+TEST_F(Preloading, SmartGroupsFactoriesByFirstMatchingCategory) {
+  auto c = flatApp();
+  LineRecorder recorder;
+  run(c->preloadSmart());
+  // Categories in the order first met; PaymentAPIRepository joins UserAPI under "APIs"; the
+  // metadata-only AuditProtocol has no factory and is not walked at all.
+  EXPECT_EQ(recorder.lines(),
+            (Lines{"🚀 Smart preloading - analyzing dependency tree...",
+                   "🔄 Preloading ViewModels (1 items)...", "   ✅ UserViewModel",
+                   "🔄 Preloading Core Services (1 items)...",
+                   "   ❌ PaymentService - payment gateway down", "🔄 Preloading Other (1 items)...",
+                   "   ✅ Logger", "🔄 Preloading APIs (2 items)...", "   ✅ UserAPI",
+                   "   ✅ PaymentAPIRepository", "🔄 Preloading Use Cases (1 items)...",
+                   "   ✅ LoadUserUseCase", "🔄 Preloading Repositories (1 items)...",
+                   "   ✅ UserRepository", "✅ Smart preloading complete!"}));
+  EXPECT_EQ(useCasesMade, 1);  // scopes are not looked at: the transient is made too
+  EXPECT_FALSE(availableSync<Logger>(*c));
+  EXPECT_FALSE(availableSync<UserViewModel>(*c));
+}
+
+TEST_F(Preloading, ViewModelsOnlyCreatesEveryOtherGroupFirst) {
+  auto c = flatApp();
+  LineRecorder recorder;
+  run(c->preloadViewModelsOnly());
+  EXPECT_EQ(
+      recorder.lines(),
+      (Lines{"🚀 Preloading ViewModels and their dependencies...",
+             "   ❌ PaymentService - payment gateway down", "   ✅ Logger", "   ✅ UserAPI",
+             "   ✅ PaymentAPIRepository", "   ✅ LoadUserUseCase", "   ✅ UserRepository",
+             "   ✅ UserViewModel", "✅ ViewModels preloaded - resolveSync works everywhere!"}));
+  EXPECT_EQ(useCasesMade, 1);
+}
+
+TEST_F(Preloading, DirectCreationUsesTheFactoryNamedByTheMetadata) {
+  auto c = makeContainer();
+  c->registerSync<Logger>(DependencyScope::singleton,
+                          [](AdvancedDIContainer&) { return std::make_shared<Logger>(); });
+  c->registerAsync<UserAPI>(DependencyScope::singleton, make<UserAPI>);
+  // Logger's record now names a type without a factory, UserAPI's names Logger.
+  c->registerWithMetadata<Logger>(metadataFor("LegacyLogger", DependencyScope::singleton));
+  c->registerWithMetadata<UserAPI>(metadataFor("Logger", DependencyScope::singleton));
+  LineRecorder recorder;
+  run(c->preloadSmart());
+  EXPECT_EQ(
+      recorder.lines(),
+      (Lines{"🚀 Smart preloading - analyzing dependency tree...", "🔄 Preloading Other (1 items)...",
+             "   ❌ Logger - Type not registered: LegacyLogger", "🔄 Preloading APIs (1 items)...",
+             "   ✅ UserAPI", "✅ Smart preloading complete!"}));
+}
+
+TEST_F(Preloading, ResolveSyncWorksAfterFillingPreloads) {
+  {
+    auto c = chainApp();
+    run(c->preloadAllGeneric());
+    EXPECT_TRUE(availableSync<UserViewModel>(*c));
+    EXPECT_TRUE(availableSync<UserRepository>(*c));
+    EXPECT_TRUE(availableSync<UserAPI>(*c));
+    EXPECT_TRUE(availableSync<Logger>(*c));
+    EXPECT_FALSE(availableSync<LoadUserUseCase>(*c));
+    // The preloaded instance is the one handed out, by both paths.
+    EXPECT_EQ(run(c->resolve<UserViewModel>()), c->resolveSync<UserViewModel>());
+    EXPECT_EQ(c->getServiceStatistics("UserViewModel").resolutionCount, 1);  // the resolve above
+    // Scoped instances live in the scope that was current while preloading.
+    run(c->setCurrentScope("session"));
+    EXPECT_FALSE(availableSync<UserRepository>(*c));
+    run(c->setCurrentScope("default"));
+    EXPECT_TRUE(availableSync<UserRepository>(*c));
+  }
+  {
+    auto c = chainApp();
+    run(c->preloadDependencies());
+    EXPECT_TRUE(availableSync<UserViewModel>(*c));
+    EXPECT_TRUE(availableSync<UserRepository>(*c));
+    EXPECT_TRUE(availableSync<UserAPI>(*c));
+    EXPECT_TRUE(availableSync<Logger>(*c));
+    EXPECT_FALSE(availableSync<LoadUserUseCase>(*c));
+    // Resolution by name records the edges it walked.
+    EXPECT_EQ(c->getDependencyMap(), DependencyMap({{"UserViewModel", {"LoadUserUseCase"}},
+                                                    {"LoadUserUseCase", {"UserRepository"}},
+                                                    {"UserRepository", {"UserAPI"}},
+                                                    {"UserAPI", {"Logger"}}}));
+    EXPECT_EQ(c->getServiceStatistics("UserViewModel").resolutionCount, 1);
+  }
+  {
+    auto c = chainApp();
+    run(c->preloadViewModelsOnly());
+    // What the factories resolved went through resolution and is cached; what preloading made
+    // itself was dropped.
+    EXPECT_FALSE(availableSync<UserViewModel>(*c));
+    EXPECT_TRUE(availableSync<UserRepository>(*c));
+    EXPECT_TRUE(availableSync<UserAPI>(*c));
+    EXPECT_TRUE(availableSync<Logger>(*c));
+    EXPECT_FALSE(availableSync<LoadUserUseCase>(*c));
+    EXPECT_EQ(c->getServiceStatistics("UserViewModel").resolutionCount, 0);
+  }
+}
+
+}  // namespace
+}  // namespace tavreldi

@@ -1,0 +1,31 @@
+// Compiles and runs the README's usage example, and checks that the README shows it verbatim.
+
+#include <fstream>
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+#include "tavreldi/core/LineWriter.hpp"
+
+std::string quickstart();
+
+namespace {
+
+std::string readFile(const std::string& path) {
+  std::ifstream in(path);
+  std::stringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+TEST(ReadmeExample, RunsAndIsShownVerbatim) {
+  tavreldi::LineRecorder quiet;
+  EXPECT_EQ(quickstart(), "Greeter");
+  const auto example = readFile(TAVRELDI_SOURCE_DIR "/docs/examples/quickstart.cpp");
+  const auto readme = readFile(TAVRELDI_SOURCE_DIR "/README.md");
+  ASSERT_FALSE(example.empty());
+  EXPECT_NE(readme.find(example), std::string::npos)
+      << "README.md must contain docs/examples/quickstart.cpp verbatim";
+}
+
+}  // namespace

@@ -1,0 +1,63 @@
+#pragma once
+
+// Runs container coroutines to completion on the test thread's io_context.
+
+#include <chrono>
+#include <future>
+#include <memory>
+#include <regex>
+#include <string>
+#include <vector>
+
+#include <asio.hpp>
+#include <gtest/gtest.h>
+
+#include "tavreldi/core/AdvancedDIContainerImpl.hpp"
+
+namespace tavreldi::testing {
+
+class AsyncTest : public ::testing::Test {
+ protected:
+  std::shared_ptr<AdvancedDIContainerImpl> makeContainer(
+      DIContainerConfig config = DIContainerConfig::strict()) {
+    return std::make_shared<AdvancedDIContainerImpl>(config, io.get_executor());
+  }
+
+  /// Runs `awaitable` on `io` until it completes (bounded) and returns its result or rethrows.
+  template <class T>
+  T run(asio::awaitable<T> awaitable) {
+    auto future = asio::co_spawn(io, std::move(awaitable), asio::use_future);
+    drive(future);
+    return future.get();
+  }
+
+  /// Runs whatever has been posted to `io` so far (e.g. registration tasks).
+  void drain() {
+    io.restart();
+    io.poll();
+  }
+
+  template <class Future>
+  void drive(Future& future) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (future.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
+      ASSERT_LT(std::chrono::steady_clock::now(), deadline) << "coroutine did not complete";
+      io.restart();
+      io.run_one_for(std::chrono::milliseconds(10));
+    }
+  }
+
+  asio::io_context io;
+};
+
+/// Replaces the duration in "✅ Resolved: X (took 0.001s)" lines by "(took T)", after checking
+/// its form, so that expected lines can be written out whole.
+inline std::vector<std::string> normaliseDurations(const std::vector<std::string>& lines) {
+  static const std::regex took(R"(\(took [0-9]+\.[0-9]{3}s\)$)");
+  std::vector<std::string> out;
+  out.reserve(lines.size());
+  for (const auto& line : lines) out.push_back(std::regex_replace(line, took, "(took T)"));
+  return out;
+}
+
+}  // namespace tavreldi::testing

@@ -1,0 +1,69 @@
+#include "SampleApp.hpp"
+
+#include <chrono>
+
+#include <asio/steady_timer.hpp>
+#include <asio/use_awaitable.hpp>
+
+namespace demo {
+
+struct SessionService {};
+struct TokenRefresher {};
+
+using tavreldi::AdvancedDIContainer;
+using tavreldi::DependencyScope;
+
+namespace {
+
+// The API service "connects" first: a real suspension on a timer.
+asio::awaitable<std::shared_ptr<UserAPIService>> makeApiService(AdvancedDIContainer& c) {
+  auto logger = co_await c.resolve<Logger>();
+  asio::steady_timer connect(c.executor(), std::chrono::milliseconds(20));
+  co_await connect.async_wait(asio::use_awaitable);
+  logger->log("API connected");
+  co_return std::make_shared<UserAPIService>(UserAPIService{logger});
+}
+
+asio::awaitable<std::shared_ptr<UserRepository>> makeRepository(AdvancedDIContainer& c) {
+  auto api = co_await c.resolve<UserAPIService>();
+  auto logger = co_await c.resolve<Logger>();
+  co_return std::make_shared<UserRepository>(UserRepository{api, logger});
+}
+
+asio::awaitable<std::shared_ptr<LoadUserUseCase>> makeUseCase(AdvancedDIContainer& c) {
+  co_return std::make_shared<LoadUserUseCase>(LoadUserUseCase{co_await c.resolve<UserRepository>()});
+}
+
+asio::awaitable<std::shared_ptr<UserViewModel>> makeViewModel(AdvancedDIContainer& c) {
+  auto useCase = co_await c.resolve<LoadUserUseCase>();
+  auto logger = co_await c.resolve<Logger>();
+  co_return std::make_shared<UserViewModel>(UserViewModel{useCase, logger});
+}
+
+asio::awaitable<std::shared_ptr<SessionService>> makeSession(AdvancedDIContainer& c) {
+  (void)co_await c.resolve<TokenRefresher>();
+  co_return std::make_shared<SessionService>();
+}
+
+asio::awaitable<std::shared_ptr<TokenRefresher>> makeRefresher(AdvancedDIContainer& c) {
+  (void)co_await c.resolve<SessionService>();
+  co_return std::make_shared<TokenRefresher>();
+}
+
+}  // namespace
+
+void registerSampleApp(AdvancedDIContainer& container) {
+  container.registerSync<Logger>(DependencyScope::singleton,
+                                 [](AdvancedDIContainer&) { return std::make_shared<Logger>(); });
+  container.registerAsync<UserAPIService>(DependencyScope::singleton, makeApiService);
+  container.registerAsync<UserRepository>(DependencyScope::scoped, makeRepository);
+  container.registerAsync<LoadUserUseCase>(DependencyScope::transient, makeUseCase);
+  container.registerAsync<UserViewModel>(DependencyScope::lazy, makeViewModel);
+}
+
+void registerCycle(AdvancedDIContainer& container) {
+  container.registerAsync<SessionService>(DependencyScope::singleton, makeSession);
+  container.registerAsync<TokenRefresher>(DependencyScope::singleton, makeRefresher);
+}
+
+}  // namespace demo
