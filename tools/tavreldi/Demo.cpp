@@ -1,5 +1,6 @@
 #include "Demo.hpp"
 
+#include <cstdio>
 #include <exception>
 
 #include <asio/co_spawn.hpp>
@@ -9,7 +10,10 @@
 
 #include "SampleApp.hpp"
 #include "tavreldi/core/AdvancedDIContainerImpl.hpp"
+#include "tavreldi/core/ContainerFactory.hpp"
 #include "tavreldi/core/Errors.hpp"
+#include "tavreldi/telemetry/ConsoleDIAnalyticsProvider.hpp"
+#include "tavreldi/visualization/DiagramGenerators.hpp"
 
 namespace demo {
 namespace {
@@ -18,16 +22,35 @@ using tavreldi::AdvancedDIContainerImpl;
 
 void heading(const char* title) { fmt::print("\n── {} ──\n", title); }
 
-asio::awaitable<void> runSample(std::shared_ptr<AdvancedDIContainerImpl> container) {
+template <class T>
+void trySync(AdvancedDIContainerImpl& container, const char* name) {
+  try {
+    (void)container.resolveSync<T>();
+    fmt::print("resolveSync<{}>: ready\n", name);
+  } catch (const std::exception& error) {
+    fmt::print("resolveSync<{}>: {}\n", name, error.what());
+  }
+}
+
+asio::awaitable<int> runSample(asio::any_io_executor executor, DemoOptions options) {
+  heading("Building the container from two modules");
+  auto built = co_await tavreldi::ContainerFactory::createWithModules(
+      tavreldi::DIContainerConfig::strict(), executor, sampleModules());
+  auto container = std::dynamic_pointer_cast<AdvancedDIContainerImpl>(built);
+  container->configureAnalytics(tavreldi::ConsoleDIAnalyticsProvider::shared());
+
   heading("Resolving the view model (factories resolve their own dependencies)");
   auto viewModel = co_await container->resolve<UserViewModel>();
   fmt::print("View model ready; its API service talks to {}\n",
              viewModel->loadUser->repository->api->baseUrl);
 
-  heading("Synchronous resolution of a cached service");
-  auto logger = container->resolveSync<Logger>();
-  fmt::print("Logger is the same instance the API service got: {}\n",
-             logger == viewModel->loadUser->repository->api->logger ? "yes" : "no");
+  heading("Preloading, then synchronous resolution everywhere");
+  co_await container->preloadAllGeneric();
+  trySync<Logger>(*container, "Logger");
+  trySync<UserAPIService>(*container, "UserAPIService");
+  trySync<UserRepository>(*container, "UserRepository");
+  trySync<UserViewModel>(*container, "UserViewModel");
+  trySync<LoadUserUseCase>(*container, "LoadUserUseCase (transient: never cached, by design)");
 
   heading("A dependency cycle, caught");
   registerCycle(*container);
@@ -38,32 +61,32 @@ asio::awaitable<void> runSample(std::shared_ptr<AdvancedDIContainerImpl> contain
   }
 
   heading("What the container observed");
-  for (const auto& [name, dependencies] : container->getDependencyMap()) {
-    fmt::print("{} -> {}\n", name, fmt::join(dependencies, ", "));
-  }
+  const auto graph = co_await container->getDependencyGraph();
+  fmt::print("{}", tavreldi::DiagramGenerators::generateMermaid(graph));
+  fmt::print("\n{}", tavreldi::DiagramGenerators::generateTreeVisualization(graph, 5));
+  fmt::print(
+      "\nOther diagrams: DependencyVisualizer renders graphviz, json, network, hierarchical, "
+      "circular and layered too; `tavreldi render` does the same from a saved graph.\n");
   const auto metrics = co_await container->getPerformanceMetrics();
-  fmt::print("{}\n", metrics.description());
+  fmt::print("\n{}\n", metrics.description());
+  (void)options;
+  co_return 0;
 }
 
 }  // namespace
 
 int runDemo(const DemoOptions& options) {
-  (void)options;
   asio::io_context io;
-  auto container =
-      std::make_shared<AdvancedDIContainerImpl>(tavreldi::DIContainerConfig::strict(), io.get_executor());
-  heading("Registering the sample app");
-  registerSampleApp(*container);
-  auto done = asio::co_spawn(io, runSample(container), asio::use_future);
+  auto done = asio::co_spawn(io, runSample(io.get_executor(), options), asio::use_future);
   io.run();
   try {
-    done.get();
+    const int status = done.get();
+    std::fflush(stdout);
+    return status;
   } catch (const std::exception& error) {
     fmt::print(stderr, "tavreldi demo: {}\n", error.what());
     return 1;
   }
-  std::fflush(stdout);
-  return 0;
 }
 
 }  // namespace demo

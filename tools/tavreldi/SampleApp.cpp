@@ -7,8 +7,6 @@
 
 namespace demo {
 
-struct SessionService {};
-struct TokenRefresher {};
 
 using tavreldi::AdvancedDIContainer;
 using tavreldi::DependencyScope;
@@ -50,15 +48,43 @@ asio::awaitable<std::shared_ptr<TokenRefresher>> makeRefresher(AdvancedDIContain
   co_return std::make_shared<TokenRefresher>();
 }
 
-}  // namespace
-
-void registerSampleApp(AdvancedDIContainer& container) {
+void registerInfrastructure(AdvancedDIContainer& container) {
   container.registerSync<Logger>(DependencyScope::singleton,
                                  [](AdvancedDIContainer&) { return std::make_shared<Logger>(); });
   container.registerAsync<UserAPIService>(DependencyScope::singleton, makeApiService);
   container.registerAsync<UserRepository>(DependencyScope::scoped, makeRepository);
+}
+
+void registerUserFeature(AdvancedDIContainer& container) {
   container.registerAsync<LoadUserUseCase>(DependencyScope::transient, makeUseCase);
   container.registerAsync<UserViewModel>(DependencyScope::lazy, makeViewModel);
+}
+
+class InfrastructureModule final : public tavreldi::DIModule {
+ public:
+  asio::awaitable<void> configure(AdvancedDIContainer& container) override {
+    registerInfrastructure(container);
+    co_return;
+  }
+};
+
+class UserFeatureModule final : public tavreldi::DIModule {
+ public:
+  asio::awaitable<void> configure(AdvancedDIContainer& container) override {
+    registerUserFeature(container);
+    co_return;
+  }
+};
+
+}  // namespace
+
+void registerSampleApp(AdvancedDIContainer& container) {
+  registerInfrastructure(container);
+  registerUserFeature(container);
+}
+
+std::vector<std::shared_ptr<tavreldi::DIModule>> sampleModules() {
+  return {std::make_shared<InfrastructureModule>(), std::make_shared<UserFeatureModule>()};
 }
 
 void registerCycle(AdvancedDIContainer& container) {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "tavreldi/core/AdvancedDIContainer.hpp"
+#include "tavreldi/core/DIModule.hpp"
 
 namespace demo {
 
@@ -36,11 +37,15 @@ struct UserViewModel {
 };
 
 // Two services that ask for each other: the container reports the cycle.
-struct SessionService;
-struct TokenRefresher;
+struct SessionService {};
+struct TokenRefresher {};
 
 /// Registers the sample app on `container`.
 void registerSampleApp(tavreldi::AdvancedDIContainer& container);
+
+/// The sample app as two modules: infrastructure (logger, API service, repository) and the
+/// user feature (use case, view model).
+std::vector<std::shared_ptr<tavreldi::DIModule>> sampleModules();
 
 /// Registers the two services that depend on each other.
 void registerCycle(tavreldi::AdvancedDIContainer& container);

@@ -1,0 +1,97 @@
+#include "tavreldi/visualization/DependencyVisualizer.hpp"
+
+#include <asio/experimental/awaitable_operators.hpp>
+#include <tuple>
+#include <utility>
+
+#include "tavreldi/visualization/DiagramGenerators.hpp"
+
+namespace tavreldi {
+
+namespace {
+
+void report(Progress* progress, std::int64_t completed) {
+  if (progress) progress->setCompletedUnitCount(completed);
+}
+
+// The generators that need nothing but the graph (and the tree's depth limit).
+std::string renderTextLayout(VisualizationType type, const DependencyGraph& graph,
+                             std::int64_t maxDepth) {
+  switch (type) {
+    case VisualizationType::mermaid:
+      return DiagramGenerators::generateMermaid(graph);
+    case VisualizationType::graphviz:
+      return DiagramGenerators::generateGraphviz(graph);
+    case VisualizationType::tree:
+      return DiagramGenerators::generateTreeVisualization(graph, maxDepth);
+    case VisualizationType::network:
+      return DiagramGenerators::generateNetworkVisualization(graph);
+    case VisualizationType::hierarchical:
+      return DiagramGenerators::generateHierarchicalVisualization(graph);
+    case VisualizationType::circular:
+      return DiagramGenerators::generateCircularVisualization(graph);
+    case VisualizationType::layered:
+    case VisualizationType::json:  // JSON is rendered by renderJSON and never comes here.
+      break;
+  }
+  return DiagramGenerators::generateLayeredVisualization(graph);
+}
+
+}  // namespace
+
+DependencyVisualizer::DependencyVisualizer(std::shared_ptr<AdvancedDIContainer> container,
+                                           VisualizationConfig config)
+    : container_(std::move(container)), config_(config) {}
+
+asio::awaitable<std::string> DependencyVisualizer::visualize() {
+  if (config_.type == VisualizationType::json) {
+    std::string text = co_await renderJSON(nullptr);
+    co_return text;
+  }
+  const DependencyGraph graph = co_await container_->getDependencyGraph();
+  co_return renderTextLayout(config_.type, graph, config_.maxDepth);
+}
+
+asio::awaitable<std::string> DependencyVisualizer::visualizeAsync(VisualizationType type,
+                                                                  Progress* progress) {
+  switch (type) {
+    case VisualizationType::json: {
+      std::string text = co_await renderJSON(progress);
+      co_return text;
+    }
+    case VisualizationType::mermaid: {
+      DependencyGraph graph = co_await container_->getDependencyGraph();
+      std::string text =
+          co_await DiagramGenerators::generateMermaidAsync(std::move(graph), progress);
+      co_return text;
+    }
+    case VisualizationType::graphviz: {
+      DependencyGraph graph = co_await container_->getDependencyGraph();
+      std::string text =
+          co_await DiagramGenerators::generateGraphvizAsync(std::move(graph), progress);
+      co_return text;
+    }
+    default:
+      break;
+  }
+  const DependencyGraph graph = co_await container_->getDependencyGraph();
+  report(progress, 50);
+  std::string text = renderTextLayout(type, graph, config_.maxDepth);
+  report(progress, 100);
+  co_return text;
+}
+
+asio::awaitable<std::string> DependencyVisualizer::renderJSON(Progress* progress) {
+  using asio::experimental::awaitable_operators::operator&&;
+  // The two container calls run concurrently under && and are awaited together.
+  auto graphRequest = container_->getDependencyGraph();
+  auto analysisRequest = container_->analyzeDependencyGraph();
+  report(progress, 30);
+  auto [graph, analysis] = co_await (std::move(graphRequest) && std::move(analysisRequest));
+  report(progress, 80);
+  std::string text = DiagramGenerators::generateJSONVisualization(graph, analysis);
+  report(progress, 100);
+  co_return text;
+}
+
+}  // namespace tavreldi
