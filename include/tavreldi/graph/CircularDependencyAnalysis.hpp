@@ -5,11 +5,10 @@
 
 #include <array>
 #include <cstdint>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include <nlohmann/json_fwd.hpp>
 
 #include "tavreldi/core/Enum.hpp"
 
@@ -28,8 +27,7 @@ enum class CircularDependencyImpact { low, medium, high, critical };
 
 template <>
 struct EnumTraits<CircularDependencyImpact> {
-  static constexpr std::array<std::string_view, 4> rawValues{"Low", "Medium", "High",
-                                                             "Critical"};
+  static constexpr std::array<std::string_view, 4> rawValues{"Low", "Medium", "High", "Critical"};
 };
 
 /// One cycle with its grades and advice.
@@ -54,6 +52,8 @@ struct CircularDependencyAnalysis {
   std::vector<std::string> recommendations;
 };
 
+/// JSON forms: keys equal the field names, enumerations as their raw values; every key is
+/// required on reading (throws `DecodingError` naming the faulty key).
 void to_json(nlohmann::json& json, const CircularDependency& value);
 void from_json(const nlohmann::json& json, CircularDependency& value);
 void to_json(nlohmann::json& json, const CircularDependencyAnalysis& value);

@@ -6,10 +6,9 @@
 #include <array>
 #include <cstddef>
 #include <map>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <string_view>
-
-#include <nlohmann/json_fwd.hpp>
 
 #include "tavreldi/core/Enum.hpp"
 
@@ -35,9 +34,9 @@ enum class RelationshipType {
 template <>
 struct EnumTraits<RelationshipType> {
   static constexpr std::array<std::string_view, 13> rawValues{
-      "Dependency", "Composition", "Aggregation", "Inheritance", "Implementation",
-      "Association", "Injection",  "Factory",     "Callback",    "Event",
-      "DataFlow",   "Presentation", "Unknown"};
+      "Dependency",  "Composition",  "Aggregation", "Inheritance", "Implementation",
+      "Association", "Injection",    "Factory",     "Callback",    "Event",
+      "DataFlow",    "Presentation", "Unknown"};
 };
 
 /// How tight the coupling is (`moderate` and `medium` are distinct cases).
@@ -45,8 +44,8 @@ enum class RelationshipStrength { weak, moderate, medium, strong, critical };
 
 template <>
 struct EnumTraits<RelationshipStrength> {
-  static constexpr std::array<std::string_view, 5> rawValues{"Weak", "Moderate", "Medium",
-                                                             "Strong", "Critical"};
+  static constexpr std::array<std::string_view, 5> rawValues{"Weak", "Moderate", "Medium", "Strong",
+                                                             "Critical"};
 };
 
 /// Direction of the relation.
@@ -86,6 +85,7 @@ struct DependencyEdge {
 
 /// The nine keys of an edge.
 void to_json(nlohmann::json& json, const DependencyEdge& edge);
+/// Reads the nine keys, all required; throws `DecodingError` naming the faulty key.
 void from_json(const nlohmann::json& json, DependencyEdge& edge);
 
 }  // namespace tavreldi

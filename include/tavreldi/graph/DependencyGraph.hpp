@@ -6,11 +6,10 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include <nlohmann/json_fwd.hpp>
 
 #include "tavreldi/core/DependencyScope.hpp"
 #include "tavreldi/core/Enum.hpp"

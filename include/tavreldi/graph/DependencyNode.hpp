@@ -7,12 +7,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include <nlohmann/json_fwd.hpp>
 
 #include "tavreldi/core/DependencyScope.hpp"
 #include "tavreldi/core/Enum.hpp"
@@ -47,8 +46,8 @@ enum class NodeType {
 template <>
 struct EnumTraits<NodeType> {
   static constexpr std::array<std::string_view, 13> rawValues{
-      "Service", "Repository", "UseCase", "ViewModel",    "Controller", "Manager", "Factory",
-      "Utility", "Model",      "Protocol", "Presentation", "Component", "Unknown"};
+      "Service", "Repository", "UseCase",  "ViewModel",    "Controller", "Manager", "Factory",
+      "Utility", "Model",      "Protocol", "Presentation", "Component",  "Unknown"};
 };
 
 /// Architectural category.
@@ -76,8 +75,7 @@ enum class ComplexityLevel { low, medium, high, critical };
 
 template <>
 struct EnumTraits<ComplexityLevel> {
-  static constexpr std::array<std::string_view, 4> rawValues{"Low", "Medium", "High",
-                                                             "Critical"};
+  static constexpr std::array<std::string_view, 4> rawValues{"Low", "Medium", "High", "Critical"};
 };
 
 /// Per-node performance figures.
@@ -110,11 +108,15 @@ struct DependencyNode {
 /// Keys "resolutionTime", "memoryFootprint", "cacheHitRate", "resolutionCount" and
 /// "lastResolved" (omitted when absent).
 void to_json(nlohmann::json& json, const NodePerformanceMetrics& metrics);
+/// Reads the keys above ("lastResolved" optional); throws `DecodingError` naming the faulty key.
 void from_json(const nlohmann::json& json, NodePerformanceMetrics& metrics);
 /// The twelve keys of a node; `position` as `[x, y]`.
 void to_json(nlohmann::json& json, const DependencyNode& node);
+/// Reads the twelve keys, all required; throws `DecodingError` naming the faulty key.
 void from_json(const nlohmann::json& json, DependencyNode& node);
+/// Writes a point as the array `[x, y]`.
 void to_json(nlohmann::json& json, const Point& point);
+/// Reads a point from an array of two numbers; throws `DecodingError` for anything else.
 void from_json(const nlohmann::json& json, Point& point);
 
 }  // namespace tavreldi

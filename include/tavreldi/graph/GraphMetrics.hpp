@@ -6,11 +6,10 @@
 #include <array>
 #include <cstdint>
 #include <map>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include <nlohmann/json_fwd.hpp>
 
 #include "tavreldi/core/Enum.hpp"
 #include "tavreldi/graph/DependencyEdge.hpp"
@@ -108,8 +107,7 @@ enum class RecommendationPriority { low, medium, high, critical };
 
 template <>
 struct EnumTraits<RecommendationPriority> {
-  static constexpr std::array<std::string_view, 4> rawValues{"Low", "Medium", "High",
-                                                             "Critical"};
+  static constexpr std::array<std::string_view, 4> rawValues{"Low", "Medium", "High", "Critical"};
 };
 
 /// Expected work of a recommendation.
@@ -117,8 +115,7 @@ enum class EffortLevel { low, medium, high, veryHigh };
 
 template <>
 struct EnumTraits<EffortLevel> {
-  static constexpr std::array<std::string_view, 4> rawValues{"Low", "Medium", "High",
-                                                             "Very High"};
+  static constexpr std::array<std::string_view, 4> rawValues{"Low", "Medium", "High", "Very High"};
 };
 
 /// One piece of advice about the graph.
