@@ -29,10 +29,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 constexpr std::string_view kComponent = "TavrelDI";
 
-double secondsSince(Clock::time_point start) {
-  return std::chrono::duration<double>(Clock::now() - start).count();
-}
-
 std::vector<std::string> stackNames(const std::vector<Slot*>& stack, std::size_t from = 0) {
   std::vector<std::string> names;
   names.reserve(stack.size() - from + 1);
@@ -125,7 +121,7 @@ asio::awaitable<AnyInstance> resolveCore(AdvancedDIContainerImpl& self, const Se
   Slot& slot = key != nullptr ? s.obtain(*key) : s.obtain(name);
   const std::string& n = slot.name;
   const DIContainerConfig& config = s.config;
-  printLine("🔍 Resolving: {}", n);
+  printLine("🔍 Resolving: ", n);
 
   auto& stack = s.resolutionStack;
   if (config.enableCircularDependencyDetection()) {
@@ -149,7 +145,7 @@ asio::awaitable<AnyInstance> resolveCore(AdvancedDIContainerImpl& self, const Se
   if (config.enableDependencyTracking() && parent != nullptr && parent != &slot &&
       !cachedForTracking(s, slot)) {
     s.addDependency(*parent, slot);
-    printLine("🔗 Dependency tracked: {} -> {}", parent->name, n);
+    printLine("🔗 Dependency tracked: ", parent->name, " -> ", n);
   }
 
   if (!slot.metadata) {
@@ -166,21 +162,21 @@ asio::awaitable<AnyInstance> resolveCore(AdvancedDIContainerImpl& self, const Se
       case DependencyScope::singleton:
       case DependencyScope::container:
       case DependencyScope::custom:
-        printLine("🔄 resolveSingleton called for: {}", n);
+        printLine("🔄 resolveSingleton called for: ", n);
         if (caching && matches(slot.singleton, key)) {
-          printLine("   ✅ Found cached instance for: {}", n);
+          printLine("   ✅ Found cached instance for: ", n);
           countHit(s, slot);
           instance = slot.singleton;
           break;
         }
-        printLine("   🔄 Creating new instance for: {}", n);
+        printLine("   🔄 Creating new instance for: ", n);
         instance = co_await createInstance(self, slot, key);
         if (caching) {
-          if (key != nullptr) printLine("   💾 Caching instance for: {}", n);
+          if (key != nullptr) printLine("   💾 Caching instance for: ", n);
           slot.singleton = instance;
-          if (key != nullptr) printLine("   ✅ Instance cached successfully for: {}", n);
+          if (key != nullptr) printLine("   ✅ Instance cached successfully for: ", n);
         } else {
-          printLine("   ⚠️ Caching disabled for: {}", n);
+          printLine("   ⚠️ Caching disabled for: ", n);
         }
         break;
       case DependencyScope::scoped:
@@ -218,7 +214,7 @@ asio::awaitable<AnyInstance> resolveCore(AdvancedDIContainerImpl& self, const Se
       text = e.what();
     } catch (...) {
     }
-    printLine("❌ Failed to resolve {}: {}", n, text);
+    printLine("❌ Failed to resolve ", n, ": ", text);
     if (DIAnalyticsProvider* provider = s.attachments->provider.get()) {
       provider->trackError(*error, ParameterMap{{"dependency_type", n},
                                                 {"scope", toString(scope)},
@@ -230,11 +226,12 @@ asio::awaitable<AnyInstance> resolveCore(AdvancedDIContainerImpl& self, const Se
     throw;
   }
 
-  const double duration = secondsSince(start);
+  const auto end = Clock::now();
+  const double duration = std::chrono::duration<double>(end - start).count();
   if (config.enablePerformanceMetrics()) {
     slot.latestResolutionTime = duration;
     detail::incrementCounter(slot.resolutionCount);
-    slot.lastResolved = std::chrono::system_clock::now();
+    slot.lastResolved = end;
   }
   if (DIAnalyticsProvider* provider = s.attachments->provider.get()) {
     provider->trackPerformance("dependency_resolution", duration * 1000, "ms");
@@ -243,7 +240,8 @@ asio::awaitable<AnyInstance> resolveCore(AdvancedDIContainerImpl& self, const Se
                                                              {"duration_ms", duration * 1000},
                                                              {"success", true}});
   }
-  printLine("✅ Resolved: {} (took {:.3f}s)", n, duration);
+  char seconds[32];
+  printLine("✅ Resolved: ", n, " (took ", detail::formatSeconds(duration, seconds), "s)");
   popEntry(stack, slot);
   co_return instance;
 }
@@ -316,7 +314,7 @@ void AdvancedDIContainerImpl::registerFactory(const ServiceKey& key, DependencyS
                                         {"lifetime", toString(lifetime)}});
     }
   });
-  printLine("🔧 Registered {} with scope: {} and dependencies: []", slot.name, toString(scope));
+  printLine("🔧 Registered ", slot.name, " with scope: ", toString(scope), " and dependencies: []");
 }
 
 void AdvancedDIContainerImpl::registerMetadata(const ServiceKey& key, DependencyMetadata metadata) {
@@ -342,7 +340,7 @@ AnyInstance AdvancedDIContainerImpl::resolveInstanceSync(const ServiceKey& key) 
   ContainerState& s = *state_;
   s.requireHomeThread("resolveSync");
   Slot& slot = s.obtain(key);
-  printLine("🔍 Resolving synchronously: {}", slot.name);
+  printLine("🔍 Resolving synchronously: ", slot.name);
   auto& stack = s.resolutionStack;
   if (s.config.enableCircularDependencyDetection() &&
       std::find(stack.begin(), stack.end(), &slot) != stack.end()) {
@@ -424,7 +422,11 @@ ServiceStatistics AdvancedDIContainerImpl::getServiceStatistics(std::string_view
     statistics.resolutionCount = slot->resolutionCount;
     statistics.cacheHits = slot->cacheHits;
     statistics.latestResolutionTime = slot->latestResolutionTime;
-    statistics.lastResolved = slot->lastResolved;
+    if (slot->lastResolved) {
+      const auto age = Clock::now() - *slot->lastResolved;
+      statistics.lastResolved = std::chrono::time_point_cast<Timestamp::duration>(
+          std::chrono::system_clock::now() - age);
+    }
   }
   return statistics;
 }

@@ -19,6 +19,7 @@
 namespace tavreldi {
 
 using detail::ContainerState;
+using detail::printFormatted;
 using detail::printLine;
 using detail::Slot;
 
@@ -77,9 +78,9 @@ asio::awaitable<void> createAndReport(AdvancedDIContainerImpl& self, std::string
     (void)co_await createDirectly(self, name);
     created = true;
   } catch (...) {
-    printLine("   ❌ {} - {}", name, currentErrorText());
+    printFormatted("   ❌ {} - {}", name, currentErrorText());
   }
-  if (created) printLine("   ✅ {}", name);
+  if (created) printFormatted("   ✅ {}", name);
 }
 
 // The preloading category of a type name: the first rule whose text the name contains.
@@ -129,7 +130,7 @@ asio::awaitable<void> AdvancedDIContainerImpl::preloadDependencies() {
     const DependencyScope scope = slot.metadata->scope;
     std::string name = slot.name;
     if (scope == DependencyScope::transient) {
-      printLine("⏭️ Skipped transient: {}", name);
+      printFormatted("⏭️ Skipped transient: {}", name);
       continue;
     }
     bool preloaded = false;
@@ -137,10 +138,10 @@ asio::awaitable<void> AdvancedDIContainerImpl::preloadDependencies() {
       (void)co_await resolveByName(name);
       preloaded = true;
     } catch (...) {
-      printLine("⚠️ Failed to preload: {} - {}", name, currentErrorText());
+      printFormatted("⚠️ Failed to preload: {} - {}", name, currentErrorText());
     }
     co_await detail::switchToHomeThread(s);
-    if (preloaded) printLine("✅ Preloaded {}: {}", toString(scope), name);
+    if (preloaded) printFormatted("✅ Preloaded {}: {}", toString(scope), name);
   }
   printLine("✅ Dependency preloading completed");
 }
@@ -154,9 +155,9 @@ asio::awaitable<void> AdvancedDIContainerImpl::preloadAllGeneric() {
     Slot& slot = *order[i];
     if (!slot.metadata) continue;
     const DependencyScope scope = slot.metadata->scope;
-    printLine(" Preloading: {} with scope: {}", slot.name, toString(scope));
+    printFormatted(" Preloading: {} with scope: {}", slot.name, toString(scope));
     if (scope == DependencyScope::transient) {
-      printLine("⏭️ Skipping transient: {}", slot.name);
+      printFormatted("⏭️ Skipping transient: {}", slot.name);
       continue;
     }
     if (!slot.factory) continue;
@@ -165,7 +166,7 @@ asio::awaitable<void> AdvancedDIContainerImpl::preloadAllGeneric() {
     try {
       instance = co_await callFactory(*this, slot.factory, slot.name);
     } catch (...) {
-      printLine("⚠️ Failed to preload: {} - {}", slot.name, currentErrorText());
+      printFormatted("⚠️ Failed to preload: {} - {}", slot.name, currentErrorText());
       continue;
     }
     switch (scope) {
@@ -183,7 +184,7 @@ asio::awaitable<void> AdvancedDIContainerImpl::preloadAllGeneric() {
       case DependencyScope::transient:
         break;
     }
-    printLine("✅ Cached {}: {}", toString(scope), slot.name);
+    printFormatted("✅ Cached {}: {}", toString(scope), slot.name);
   }
   printLine("✅ Generic preloading completed");
 }
@@ -194,7 +195,7 @@ asio::awaitable<void> AdvancedDIContainerImpl::preloadSmart() {
   printLine("🚀 Smart preloading - analyzing dependency tree...");
   const std::vector<Category> groups = groupFactoriesByCategory(s);
   for (const Category& group : groups) {
-    printLine("🔄 Preloading {} ({} items)...", group.name, group.members.size());
+    printFormatted("🔄 Preloading {} ({} items)...", group.name, group.members.size());
     for (std::size_t i = 0; i < group.members.size(); ++i) {
       const std::string& name = group.members[i];
       const Slot* slot = s.find(name);

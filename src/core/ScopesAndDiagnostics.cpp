@@ -17,19 +17,20 @@
 
 namespace tavreldi {
 
+using detail::printFormatted;
 using detail::printLine;
 using detail::Slot;
 
 asio::awaitable<void> AdvancedDIContainerImpl::createScope(std::string id) {
   co_await detail::switchToHomeThread(*state_);
   state_->scopedInstances[id].clear();
-  printLine("🔧 Created scope: {}", id);
+  printFormatted("🔧 Created scope: {}", id);
 }
 
 asio::awaitable<void> AdvancedDIContainerImpl::disposeScope(std::string id) {
   co_await detail::switchToHomeThread(*state_);
   state_->scopedInstances.erase(id);
-  printLine("🗑️ Disposed scope: {}", id);
+  printFormatted("🗑️ Disposed scope: {}", id);
 }
 
 asio::awaitable<void> AdvancedDIContainerImpl::setCurrentScope(std::string id) {
@@ -63,7 +64,7 @@ void AdvancedDIContainerImpl::debugPrintMetadata() const {
   state_->requireHomeThread("debugPrintMetadata");
   printLine("🔍 DEBUG: Current container metadata:");
   for (const Slot* slot : state_->registryOrder) {
-    printLine("  - {}: scope={}, lifetime={}", slot->name, toString(slot->metadata->scope),
+    printFormatted("  - {}: scope={}, lifetime={}", slot->name, toString(slot->metadata->scope),
               toString(slot->metadata->lifetime));
   }
 }
@@ -72,7 +73,7 @@ void AdvancedDIContainerImpl::debugPrintFactories() const {
   state_->requireHomeThread("debugPrintFactories");
   printLine("🔍 DEBUG: Current container factories:");
   for (const Slot* slot : state_->factoryOrder) {
-    printLine("  - {}: {}", slot->name, slot->factory.isAsync() ? "async factory" : "sync factory");
+    printFormatted("  - {}: {}", slot->name, slot->factory.isAsync() ? "async factory" : "sync factory");
   }
 }
 

@@ -3,6 +3,7 @@
 /// \file
 /// Values and insertion-ordered parameter maps handed to telemetry providers.
 
+#include <cstddef>
 #include <cstdint>
 #include <initializer_list>
 #include <optional>
@@ -20,14 +21,14 @@ class AnalyticsValue {
   using List = std::vector<AnalyticsValue>;
   using Storage = std::variant<std::int64_t, double, bool, std::string, List>;
 
-  AnalyticsValue(std::int64_t v) : storage_(v) {}  // NOLINT(google-explicit-constructor)
-  AnalyticsValue(int v) : storage_(std::int64_t{v}) {}  // NOLINT(google-explicit-constructor)
-  AnalyticsValue(double v) : storage_(v) {}  // NOLINT(google-explicit-constructor)
-  AnalyticsValue(bool v) : storage_(v) {}  // NOLINT(google-explicit-constructor)
+  AnalyticsValue(std::int64_t v) : storage_(v) {}            // NOLINT(google-explicit-constructor)
+  AnalyticsValue(int v) : storage_(std::int64_t{v}) {}       // NOLINT(google-explicit-constructor)
+  AnalyticsValue(double v) : storage_(v) {}                  // NOLINT(google-explicit-constructor)
+  AnalyticsValue(bool v) : storage_(v) {}                    // NOLINT(google-explicit-constructor)
   AnalyticsValue(std::string v) : storage_(std::move(v)) {}  // NOLINT
   AnalyticsValue(std::string_view v) : storage_(std::string(v)) {}  // NOLINT
-  AnalyticsValue(const char* v) : storage_(std::string(v)) {}  // NOLINT
-  AnalyticsValue(List v) : storage_(std::move(v)) {}  // NOLINT
+  AnalyticsValue(const char* v) : storage_(std::string(v)) {}       // NOLINT
+  AnalyticsValue(List v) : storage_(std::move(v)) {}                // NOLINT
   /// A list of texts (for example a resolution stack or a cycle).
   AnalyticsValue(const std::vector<std::string>& v);  // NOLINT
 

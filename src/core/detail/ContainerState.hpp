@@ -8,6 +8,7 @@
 // (dependencyMap). One lookup per resolution finds everything. Slots are never removed, so
 // pointers to them stay valid; the per-map insertion orders are kept as lists of slots.
 
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -43,7 +44,9 @@ struct Slot {
   std::optional<double> latestResolutionTime;  // performanceMetrics[name]
   std::int64_t resolutionCount = 0;            // resolutionCounts[name]
   std::int64_t cacheHits = 0;                  // cacheHits[name]
-  std::optional<Timestamp> lastResolved;
+  // When the latest successful resolution finished, on the steady clock the resolution timer
+  // already reads (converted to wall-clock time only when asked for).
+  std::optional<std::chrono::steady_clock::time_point> lastResolved;
   bool inFactories = false;
   bool inRegistry = false;
   bool inDependencyMap = false;
