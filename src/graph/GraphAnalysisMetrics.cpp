@@ -1,0 +1,442 @@
+// Graph metrics, health score, clusters, critical paths, recommendations and the analysis.
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <map>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+#include <vector>
+
+#include "core/detail/ContainerState.hpp"
+#include "core/detail/HomeThread.hpp"
+#include "graph/detail/GraphBuilding.hpp"
+#include "tavreldi/core/AdvancedDIContainerImpl.hpp"
+
+namespace tavreldi {
+
+namespace {
+
+constexpr std::uint32_t kNone = std::numeric_limits<std::uint32_t>::max();
+
+[[nodiscard]] std::int64_t countCircularEdges(const std::vector<DependencyEdge>& edges) {
+  return std::count_if(edges.begin(), edges.end(),
+                       [](const DependencyEdge& edge) { return edge.isCircular; });
+}
+
+[[nodiscard]] std::int64_t countHighNodes(const std::vector<DependencyNode>& nodes) {
+  return std::count_if(nodes.begin(), nodes.end(), [](const DependencyNode& node) {
+    return node.complexity == ComplexityLevel::high;
+  });
+}
+
+// Sum of all resolution counts and of all cache hits.
+struct ResolutionTotals {
+  std::int64_t resolutions = 0;
+  std::int64_t hits = 0;
+};
+
+[[nodiscard]] ResolutionTotals resolutionTotals(const detail::ContainerState& state) {
+  ResolutionTotals totals;
+  for (const detail::Slot& slot : state.slots) {
+    totals.resolutions = detail::checkedAdd(totals.resolutions, slot.resolutionCount);
+    totals.hits = detail::checkedAdd(totals.hits, slot.cacheHits);
+  }
+  return totals;
+}
+
+// Cache hits per resolution as a percentage; 0 before the first resolution.
+[[nodiscard]] double hitPercentage(const ResolutionTotals& totals) {
+  if (totals.resolutions < 1) return 0;
+  return static_cast<double>(totals.hits) / static_cast<double>(totals.resolutions) * 100;
+}
+
+[[nodiscard]] std::string_view clusterColor(NodeCategory category) noexcept {
+  switch (category) {
+    case NodeCategory::infrastructure:
+      return "#34495e";
+    case NodeCategory::data:
+      return "#3498db";
+    case NodeCategory::domain:
+      return "#2ecc71";
+    case NodeCategory::presentation:
+      return "#f39c12";
+    case NodeCategory::crossCutting:
+      return "#9b59b6";
+    case NodeCategory::external:
+      return "#e74c3c";
+    case NodeCategory::business:
+      return "#1abc9c";
+    case NodeCategory::networking:
+      return "#e67e22";
+    case NodeCategory::unknown:
+      break;
+  }
+  return "#95a5a6";
+}
+
+// Longest paths over the edges of a graph. The longest path from n with the names already on
+// the path excluded is [n] when n is excluded; otherwise [n] followed by the first longest of
+// its successors' paths (successors in edge order), with n excluded as well.
+//
+// A name whose reachable part holds no cycle can never meet an excluded name (that would close
+// a cycle through it), so its path does not depend on the exclusions: those are computed once,
+// sinks first. Only names that reach a cycle are searched with the exclusions, exhaustively,
+// and that search takes the computed paths as soon as it steps onto such a name.
+class LongestPaths {
+ public:
+  LongestPaths(const std::vector<DependencyNode>& nodes, const std::vector<DependencyEdge>& edges) {
+    for (const DependencyNode& node : nodes) vertexOf(node.id);
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> arcs;
+    arcs.reserve(edges.size());
+    for (const DependencyEdge& edge : edges) {
+      arcs.emplace_back(vertexOf(edge.from), vertexOf(edge.to));
+    }
+    const auto n = static_cast<std::uint32_t>(names_.size());
+    offsets_.assign(n + 1, 0);
+    for (const auto& arc : arcs) ++offsets_[arc.first + 1];
+    for (std::uint32_t v = 0; v < n; ++v) offsets_[v + 1] += offsets_[v];
+    targets_.resize(arcs.size());
+    std::vector<std::uint32_t> fill(offsets_.begin(), offsets_.end() - 1);
+    for (const auto& arc : arcs) targets_[fill[arc.first]++] = arc.second;
+
+    length_.assign(n, 0);
+    next_.assign(n, kNone);
+    acyclic_.assign(n, 0);
+    onPath_.assign(n, 0);
+    const detail::StrongComponents components(offsets_, targets_);
+    for (std::uint32_t c = 0; c < components.count(); ++c) {
+      if (components.start[c + 1] - components.start[c] != 1) continue;
+      const std::uint32_t v = components.members[components.start[c]];
+      bool acyclic = true;
+      std::int64_t best = 0;
+      std::uint32_t bestNext = kNone;
+      for (const std::uint32_t s : successors(v)) {
+        if (s == v || !acyclic_[s]) {
+          acyclic = false;
+          break;
+        }
+        if (length_[s] > best) {
+          best = length_[s];
+          bestNext = s;
+        }
+      }
+      if (!acyclic) continue;
+      acyclic_[v] = 1;
+      length_[v] = best + 1;
+      next_[v] = bestNext;
+    }
+  }
+
+  // A path: the names of `reversedPrefix` read backwards, then the computed path of `tail`.
+  struct Path {
+    std::vector<std::uint32_t> reversedPrefix;
+    std::uint32_t tail = kNone;
+    std::int64_t length = 0;
+  };
+
+  [[nodiscard]] Path from(std::string_view name) {
+    const std::uint32_t root = vertices_.at(name);
+    if (acyclic_[root]) return Path{{}, root, length_[root]};
+    struct Frame {
+      std::uint32_t vertex;
+      std::uint32_t next;
+      Path best;
+    };
+    std::vector<Frame> frames;
+    const auto enter = [&](std::uint32_t v) {
+      onPath_[v] = 1;
+      frames.push_back(Frame{v, offsets_[v], {}});
+    };
+    const auto offer = [](Frame& frame, Path&& candidate) {
+      if (candidate.length > frame.best.length) frame.best = std::move(candidate);
+    };
+    enter(root);
+    while (true) {
+      Frame& frame = frames.back();
+      if (frame.next < offsets_[frame.vertex + 1]) {
+        const std::uint32_t s = targets_[frame.next++];
+        if (acyclic_[s]) {
+          offer(frame, Path{{}, s, length_[s]});
+        } else if (onPath_[s]) {
+          offer(frame, Path{{s}, kNone, 1});
+        } else {
+          enter(s);
+        }
+        continue;
+      }
+      Path result = std::move(frame.best);
+      result.reversedPrefix.push_back(frame.vertex);
+      ++result.length;
+      onPath_[frame.vertex] = 0;
+      frames.pop_back();
+      if (frames.empty()) return result;
+      offer(frames.back(), std::move(result));
+    }
+  }
+
+  [[nodiscard]] std::vector<std::string> names(const Path& path) const {
+    std::vector<std::string> out;
+    out.reserve(static_cast<std::size_t>(path.length));
+    for (auto it = path.reversedPrefix.rbegin(); it != path.reversedPrefix.rend(); ++it) {
+      out.emplace_back(names_[*it]);
+    }
+    for (std::uint32_t v = path.tail; v != kNone; v = next_[v]) out.emplace_back(names_[v]);
+    return out;
+  }
+
+ private:
+  std::uint32_t vertexOf(std::string_view name) {
+    const auto [it, added] = vertices_.try_emplace(name, static_cast<std::uint32_t>(names_.size()));
+    if (added) names_.push_back(name);
+    return it->second;
+  }
+  [[nodiscard]] std::span<const std::uint32_t> successors(std::uint32_t v) const {
+    return {targets_.data() + offsets_[v], targets_.data() + offsets_[v + 1]};
+  }
+
+  std::unordered_map<std::string_view, std::uint32_t> vertices_;
+  std::vector<std::string_view> names_;
+  std::vector<std::uint32_t> offsets_;
+  std::vector<std::uint32_t> targets_;
+  std::vector<std::int64_t> length_;  // computed path length of an acyclic-reach name
+  std::vector<std::uint32_t> next_;   // its second name, or kNone
+  std::vector<char> acyclic_;
+  std::vector<char> onPath_;
+};
+
+}  // namespace
+
+ComplexityMetrics AdvancedDIContainerImpl::createComplexityMetrics(
+    const std::vector<DependencyNode>& nodes, const std::vector<DependencyEdge>& edges) const {
+  state_->requireHomeThread("createComplexityMetrics");
+  const auto n = static_cast<std::int64_t>(nodes.size());
+  const auto e = static_cast<std::int64_t>(edges.size());
+  const double coupling = n == 0 ? 0.0 : static_cast<double>(e) / static_cast<double>(n);
+  const double abstractness = 0.5;
+  return ComplexityMetrics{
+      std::max<std::int64_t>(e - n + 2, 0), coupling, 0.7, e, e, coupling, abstractness,
+      std::abs(abstractness + coupling - 1)};
+}
+
+double AdvancedDIContainerImpl::calculateComplexityScore(
+    const std::vector<DependencyNode>& nodes, const std::vector<DependencyEdge>& edges) const {
+  state_->requireHomeThread("calculateComplexityScore");
+  if (nodes.empty() || edges.empty()) return 0;
+  const auto n = static_cast<double>(nodes.size());
+  const auto e = static_cast<double>(edges.size());
+  const auto circular = static_cast<double>(countCircularEdges(edges));
+  const auto high = static_cast<double>(countHighNodes(nodes));
+  const double score = 0.4 * (e / n) + 0.4 * (circular / e) + 0.2 * (high / n);
+  if (!std::isfinite(score) || score <= 0) return 0;
+  return std::min(score, 1.0);
+}
+
+ArchitectureMetrics AdvancedDIContainerImpl::createArchitectureMetrics(
+    const std::vector<DependencyNode>& nodes, const std::vector<DependencyEdge>& edges) const {
+  state_->requireHomeThread("createArchitectureMetrics");
+  std::unordered_map<std::string_view, std::int64_t> layerOf;
+  layerOf.reserve(nodes.size());
+  for (const DependencyNode& node : nodes) layerOf.try_emplace(node.id, node.layer);
+  const auto layer = [&](const std::string& id) {
+    const auto it = layerOf.find(id);
+    return it == layerOf.end() ? std::int64_t{0} : it->second;
+  };
+  const std::int64_t layerViolations =
+      std::count_if(edges.begin(), edges.end(),
+                    [&](const DependencyEdge& edge) { return layer(edge.from) < layer(edge.to); });
+  const std::int64_t crowded =
+      std::count_if(nodes.begin(), nodes.end(),
+                    [](const DependencyNode& node) { return node.dependencies.size() >= 6; });
+  const double compliance = nodes.empty()
+                                ? 1.0
+                                : std::max(0.0, 1 - static_cast<double>(layerViolations + crowded) /
+                                                        static_cast<double>(nodes.size()));
+  return ArchitectureMetrics{layerViolations, 0, crowded, 0, 0, 0, compliance};
+}
+
+HealthScore AdvancedDIContainerImpl::createHealthScore(
+    const std::vector<DependencyNode>& nodes, const std::vector<DependencyEdge>& edges) const {
+  state_->requireHomeThread("createHealthScore");
+  const double performance = 1 - calculateComplexityScore(nodes, edges);
+  const double maintainability = countCircularEdges(edges) == 0 ? 1.0 : 0.0;
+  const double testability = hitPercentage(resolutionTotals(*state_));
+  const double scalability = 0.8;
+  const double security = 0.9;
+  const double reliability = 0.85;
+  const double overall =
+      (performance + maintainability + testability + scalability + security + reliability) / 6;
+  return HealthScore{overall,     performance, maintainability, testability,
+                     scalability, security,    reliability};
+}
+
+GraphPerformanceMetrics AdvancedDIContainerImpl::createGraphPerformanceMetrics(
+    const std::vector<DependencyNode>& nodes) const {
+  state_->requireHomeThread("createGraphPerformanceMetrics");
+  GraphPerformanceMetrics metrics;
+  metrics.totalMemoryFootprint = static_cast<double>(getMemoryUsage());
+  metrics.performanceTrend = PerformanceTrend::stable;
+  if (nodes.empty()) return metrics;
+  double timeSum = 0;
+  double hitRateSum = 0;
+  metrics.slowestResolution = nodes.front().performanceMetrics.resolutionTime;
+  metrics.fastestResolution = metrics.slowestResolution;
+  for (const DependencyNode& node : nodes) {
+    const double time = node.performanceMetrics.resolutionTime;
+    timeSum += time;
+    hitRateSum += node.performanceMetrics.cacheHitRate;
+    metrics.slowestResolution = std::max(metrics.slowestResolution, time);
+    metrics.fastestResolution = std::min(metrics.fastestResolution, time);
+  }
+  const auto count = static_cast<double>(nodes.size());
+  metrics.averageResolutionTime = timeSum / count;
+  metrics.cacheHitRate = hitRateSum / count;
+  for (const DependencyNode& node : nodes) {
+    if (node.performanceMetrics.resolutionTime > 2 * metrics.averageResolutionTime) {
+      metrics.bottleneckNodes.push_back(node.id);
+    }
+  }
+  return metrics;
+}
+
+std::vector<NodeCluster> AdvancedDIContainerImpl::createNodeClusters(
+    const std::vector<DependencyNode>& nodes) const {
+  state_->requireHomeThread("createNodeClusters");
+  std::vector<NodeCluster> clusters;
+  constexpr std::size_t kNoCluster = std::numeric_limits<std::size_t>::max();
+  std::vector<std::size_t> clusterOf(allCases<NodeCategory>().size(), kNoCluster);
+  for (const DependencyNode& node : nodes) {
+    std::size_t& index = clusterOf[static_cast<std::size_t>(node.category)];
+    if (index == kNoCluster) {
+      index = clusters.size();
+      const std::string raw(toString(node.category));
+      clusters.push_back(NodeCluster{raw + "_cluster",
+                                     raw + " Cluster",
+                                     {},
+                                     {},
+                                     100,
+                                     std::string(clusterColor(node.category)),
+                                     {{"category", raw}}});
+    }
+    NodeCluster& cluster = clusters[index];
+    cluster.nodes.push_back(node.id);
+    cluster.center.x += node.position.x;
+    cluster.center.y += node.position.y;
+  }
+  for (NodeCluster& cluster : clusters) {
+    const auto count = static_cast<double>(cluster.nodes.size());
+    cluster.center = Point{cluster.center.x / count, cluster.center.y / count};
+  }
+  return clusters;
+}
+
+std::vector<CriticalPath> AdvancedDIContainerImpl::createCriticalPaths(
+    const std::vector<DependencyNode>& nodes, const std::vector<DependencyEdge>& edges) const {
+  state_->requireHomeThread("createCriticalPaths");
+  LongestPaths paths(nodes, edges);
+  std::vector<LongestPaths::Path> kept;
+  for (const DependencyNode& node : nodes) {
+    LongestPaths::Path path = paths.from(node.id);
+    if (path.length >= 4) kept.push_back(std::move(path));
+  }
+  // Longest first; equal lengths keep node order.
+  std::stable_sort(
+      kept.begin(), kept.end(),
+      [](const LongestPaths::Path& a, const LongestPaths::Path& b) { return a.length > b.length; });
+  std::vector<CriticalPath> result;
+  for (std::size_t i = 0; i < kept.size() && i < 5; ++i) {
+    result.push_back(CriticalPath{"critical_path_" + std::to_string(i),
+                                  "Critical Path " + std::to_string(i + 1),
+                                  paths.names(kept[i]),
+                                  kept[i].length,
+                                  PerformanceImpact::high,
+                                  {{"type", "dependency_chain"}}});
+  }
+  return result;
+}
+
+std::vector<Recommendation> AdvancedDIContainerImpl::createRecommendations(
+    const std::vector<DependencyNode>& nodes, const std::vector<DependencyEdge>& edges) const {
+  state_->requireHomeThread("createRecommendations");
+  std::vector<Recommendation> recommendations;
+  const std::int64_t circular = countCircularEdges(edges);
+  if (circular > 0) {
+    std::vector<std::string> affected;
+    std::unordered_set<std::string_view> seen;
+    for (const DependencyEdge& edge : edges) {
+      if (!edge.isCircular) continue;
+      if (seen.insert(edge.from).second) affected.push_back(edge.from);
+      if (seen.insert(edge.to).second) affected.push_back(edge.to);
+    }
+    recommendations.push_back(Recommendation{
+        RecommendationType::architecture, RecommendationPriority::high,
+        "Resolve Circular Dependencies",
+        "Found " + std::to_string(circular) + " circular dependencies that should be resolved",
+        std::move(affected), "High", EffortLevel::medium});
+  }
+  const std::int64_t high = countHighNodes(nodes);
+  if (high > 0) {
+    std::vector<std::string> affected;
+    for (const DependencyNode& node : nodes) {
+      if (node.complexity == ComplexityLevel::high) affected.push_back(node.id);
+    }
+    recommendations.push_back(Recommendation{
+        RecommendationType::maintainability, RecommendationPriority::medium,
+        "Reduce Node Complexity", "Found " + std::to_string(high) + " nodes with high complexity",
+        std::move(affected), "Medium", EffortLevel::high});
+  }
+  return recommendations;
+}
+
+GraphAnalysis detail::analyseGraph(const AdvancedDIContainerImpl& container,
+                                   const NodesAndEdges& graph,
+                                   std::chrono::steady_clock::time_point start) {
+  GraphAnalysis analysis;
+  analysis.hasCircularDependencies = !graph.cycles.empty();
+  analysis.totalNodes = static_cast<std::int64_t>(graph.nodes.size());
+  analysis.totalDependencies = static_cast<std::int64_t>(graph.edges.size());
+  analysis.maxDepth = graph.maxDepth;
+  analysis.circularDependencyChains = graph.cycles;
+  analysis.memoryUsage = static_cast<double>(container.getMemoryUsage());
+  analysis.cacheEfficiency = hitPercentage(resolutionTotals(container.state()));
+  analysis.isComplete = true;
+  analysis.complexityMetrics = container.createComplexityMetrics(graph.nodes, graph.edges);
+  analysis.performanceMetrics = container.createGraphPerformanceMetrics(graph.nodes);
+  analysis.architectureMetrics = container.createArchitectureMetrics(graph.nodes, graph.edges);
+  analysis.healthScore = container.createHealthScore(graph.nodes, graph.edges);
+  analysis.recommendations = container.createRecommendations(graph.nodes, graph.edges);
+  const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
+  // Always positive, even should the clock not have advanced.
+  analysis.analysisTime = std::max(elapsed.count(), std::numeric_limits<double>::min());
+  return analysis;
+}
+
+asio::awaitable<DependencyGraph> AdvancedDIContainerImpl::getDependencyGraph() {
+  co_await detail::switchToHomeThread(*state_);
+  const auto start = std::chrono::steady_clock::now();
+  detail::NodesAndEdges built = detail::buildNodesAndEdges(*state_);
+  GraphAnalysis analysis = detail::analyseGraph(*this, built, start);
+  co_return DependencyGraph{std::move(built.nodes), std::move(built.edges), std::move(analysis)};
+}
+
+asio::awaitable<GraphAnalysis> AdvancedDIContainerImpl::analyzeDependencyGraph() {
+  co_await detail::switchToHomeThread(*state_);
+  const auto start = std::chrono::steady_clock::now();
+  const detail::NodesAndEdges built = detail::buildNodesAndEdges(*state_);
+  co_return detail::analyseGraph(*this, built, start);
+}
+
+asio::awaitable<GraphAnalysis> AdvancedDIContainerImpl::analyzeDependencyGraphWithMetrics() {
+  co_await detail::switchToHomeThread(*state_);
+  const auto start = std::chrono::steady_clock::now();
+  const detail::NodesAndEdges built = detail::buildNodesAndEdges(*state_);
+  co_return detail::analyseGraph(*this, built, start);
+}
+
+}  // namespace tavreldi

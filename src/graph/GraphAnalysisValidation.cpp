@@ -1,0 +1,403 @@
+// Graph building, validation, depth and cycle search.
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <limits>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+#include <vector>
+
+#include "core/detail/ContainerState.hpp"
+#include "core/detail/HomeThread.hpp"
+#include "core/detail/Output.hpp"
+#include "graph/detail/GraphBuilding.hpp"
+#include "graph/detail/NamingRules.hpp"
+#include "tavreldi/core/AdvancedDIContainerImpl.hpp"
+#include "tavreldi/core/Errors.hpp"
+
+namespace tavreldi {
+
+namespace detail {
+
+namespace {
+
+constexpr std::uint32_t kNone = std::numeric_limits<std::uint32_t>::max();
+
+[[nodiscard]] std::uint64_t orderedPair(std::uint32_t a, std::uint32_t b) noexcept {
+  return (static_cast<std::uint64_t>(a) << 32) | b;
+}
+
+[[nodiscard]] std::uint64_t unorderedPair(std::uint32_t a, std::uint32_t b) noexcept {
+  return a < b ? orderedPair(a, b) : orderedPair(b, a);
+}
+
+// Depth of a root as getDependencyDepth defines it, searched with a fresh visited set (marked by
+// a stamp): every name met for the first time at depth d counts d, plus 1 when it has
+// dependencies of its own.
+class DepthSearch {
+ public:
+  explicit DepthSearch(const ObservedGraph& graph) : graph_(graph), seen_(graph.size(), 0) {}
+
+  [[nodiscard]] std::int64_t run(std::uint32_t root) {
+    ++stamp_;
+    seen_[root] = stamp_;
+    if (graph_.offsets[root] == graph_.offsets[root + 1]) return 0;
+    std::int64_t depth = 1;
+    frames_.clear();
+    frames_.emplace_back(root, graph_.offsets[root]);
+    while (!frames_.empty()) {
+      auto& [vertex, next] = frames_.back();
+      if (next == graph_.offsets[vertex + 1]) {
+        frames_.pop_back();
+        continue;
+      }
+      const std::uint32_t w = graph_.targets[next++];
+      if (seen_[w] == stamp_) continue;
+      seen_[w] = stamp_;
+      const auto level = static_cast<std::int64_t>(frames_.size());
+      if (graph_.offsets[w] == graph_.offsets[w + 1]) {
+        depth = std::max(depth, level);
+      } else {
+        depth = std::max(depth, level + 1);
+        frames_.emplace_back(w, graph_.offsets[w]);
+      }
+    }
+    return depth;
+  }
+
+ private:
+  const ObservedGraph& graph_;
+  std::vector<std::uint32_t> seen_;
+  std::uint32_t stamp_ = 0;
+  std::vector<std::pair<std::uint32_t, std::uint32_t>> frames_;  // vertex, next edge
+};
+
+}  // namespace
+
+StrongComponents::StrongComponents(std::span<const std::uint32_t> offsets,
+                                   std::span<const std::uint32_t> targets) {
+  const auto n = static_cast<std::uint32_t>(offsets.size() - 1);
+  of.assign(n, kNone);
+  members.reserve(n);
+  start.push_back(0);
+  std::vector<std::uint32_t> order(n, kNone);
+  std::vector<std::uint32_t> low(n, 0);
+  std::vector<char> onStack(n, 0);
+  std::vector<std::uint32_t> stack;
+  std::vector<std::pair<std::uint32_t, std::uint32_t>> frames;  // vertex, next edge
+  std::uint32_t counter = 0;
+  const auto enter = [&](std::uint32_t v) {
+    order[v] = low[v] = counter++;
+    stack.push_back(v);
+    onStack[v] = 1;
+    frames.emplace_back(v, offsets[v]);
+  };
+  for (std::uint32_t s = 0; s < n; ++s) {
+    if (order[s] != kNone) continue;
+    enter(s);
+    while (!frames.empty()) {
+      auto& [v, next] = frames.back();
+      if (next < offsets[v + 1]) {
+        const std::uint32_t w = targets[next++];
+        if (order[w] == kNone) {
+          enter(w);
+        } else if (onStack[w]) {
+          low[v] = std::min(low[v], order[w]);
+        }
+        continue;
+      }
+      const std::uint32_t finished = v;
+      frames.pop_back();
+      if (low[finished] == order[finished]) {
+        const auto c = static_cast<std::uint32_t>(start.size() - 1);
+        std::uint32_t w = kNone;
+        do {
+          w = stack.back();
+          stack.pop_back();
+          onStack[w] = 0;
+          of[w] = c;
+          members.push_back(w);
+        } while (w != finished);
+        start.push_back(static_cast<std::uint32_t>(members.size()));
+      }
+      if (!frames.empty()) {
+        const std::uint32_t parent = frames.back().first;
+        low[parent] = std::min(low[parent], low[finished]);
+      }
+    }
+  }
+}
+
+ObservedGraph::ObservedGraph(const ContainerState& state) {
+  const std::size_t n = state.slots.size();
+  slots.reserve(n);
+  indexOf.reserve(n);
+  offsets.reserve(n + 1);
+  offsets.push_back(0);
+  std::size_t edgeCount = 0;
+  for (const Slot& slot : state.slots) {
+    indexOf.emplace(&slot, static_cast<std::uint32_t>(slots.size()));
+    slots.push_back(&slot);
+    edgeCount += slot.dependencies.size();
+    offsets.push_back(static_cast<std::uint32_t>(edgeCount));
+  }
+  targets.reserve(edgeCount);
+  for (const Slot* slot : slots) {
+    for (const Slot* dependency : slot->dependencies) targets.push_back(indexOf.at(dependency));
+  }
+  roots.reserve(state.registryOrder.size());
+  registered.assign(n, 0);
+  for (const Slot* slot : state.registryOrder) {
+    roots.push_back(indexOf.at(slot));
+    registered[roots.back()] = 1;
+  }
+}
+
+std::vector<std::string> cycleNames(const ObservedGraph& graph,
+                                    std::span<const std::uint32_t> cycle) {
+  std::vector<std::string> names;
+  names.reserve(cycle.size());
+  for (const std::uint32_t v : cycle) names.push_back(graph.slots[v]->name);
+  return names;
+}
+
+// Branch and bound over the roots, giving what the greatest getDependencyDepth over them gives
+// without searching from every one. The search's deepest count is a simple path, plus one edge
+// when it ends on a name with dependencies. No simple path re-enters a strongly connected
+// component it has left, so the depth of a root is at most the heaviest path through the
+// condensation starting at its component, a component weighing its size plus one when it holds
+// a cycle, minus one. Roots are searched from the largest bound down until the best depth found
+// reaches the next bound.
+std::int64_t maxDependencyDepth(const ObservedGraph& graph) {
+  if (graph.roots.empty()) return 0;
+  const StrongComponents components(graph.offsets, graph.targets);
+  const std::uint32_t count = components.count();
+  std::vector<std::int64_t> heaviest(count, 0);
+  for (std::uint32_t c = 0; c < count; ++c) {
+    bool cyclic = false;
+    std::int64_t below = 0;
+    for (std::uint32_t i = components.start[c]; i < components.start[c + 1]; ++i) {
+      for (const std::uint32_t w : graph.successors(components.members[i])) {
+        const std::uint32_t target = components.of[w];
+        if (target == c) {
+          cyclic = true;
+        } else {
+          below = std::max(below, heaviest[target]);
+        }
+      }
+    }
+    const auto size = static_cast<std::int64_t>(components.start[c + 1] - components.start[c]);
+    heaviest[c] = size + (cyclic ? 1 : 0) + below;
+  }
+  std::vector<std::int64_t> bound(graph.size());
+  for (std::uint32_t v = 0; v < graph.size(); ++v) bound[v] = heaviest[components.of[v]] - 1;
+
+  // The search from a name first runs down first dependencies for as long as they lead out of
+  // the current component, none of which can have been met yet: the first dependency's own
+  // search is repeated one level deeper. So a registered name outdoes its first dependency when
+  // that lies in another component (which then need not be tried), and the chains of first
+  // dependencies give a lower bound to start from.
+  std::vector<std::int64_t> firstChain(graph.size(), 0);
+  std::vector<char> outdone(graph.size(), 0);
+  for (const std::uint32_t v : components.members) {  // dependencies' components come first
+    const auto successors = graph.successors(v);
+    if (successors.empty()) continue;
+    const std::uint32_t first = successors.front();
+    const bool leaves = components.of[first] != components.of[v];
+    firstChain[v] = leaves ? 1 + firstChain[first] : 1;
+    if (leaves && graph.registered[v]) outdone[first] = 1;
+  }
+  std::int64_t best = 0;
+  std::vector<std::uint32_t> candidates;
+  for (const std::uint32_t root : graph.roots) {
+    best = std::max(best, firstChain[root]);
+    if (!outdone[root]) candidates.push_back(root);
+  }
+  std::stable_sort(candidates.begin(), candidates.end(),
+                   [&](std::uint32_t a, std::uint32_t b) { return bound[a] > bound[b]; });
+  DepthSearch search(graph);
+  for (const std::uint32_t root : candidates) {
+    if (best >= bound[root]) break;
+    best = std::max(best, search.run(root));
+  }
+  return best;
+}
+
+namespace {
+
+// Edge fields that depend only on the two names, with the metadata shared per kind.
+class EdgeFactory {
+ public:
+  explicit EdgeFactory(Timestamp now) : now_(now) {}
+
+  [[nodiscard]] DependencyEdge make(const std::string& from, const std::string& to, bool circular) {
+    const RelationshipType type = relationshipTypeFor(from, to);
+    const RelationshipStrength strength = strengthFor(from, to);
+    auto& metadata = metadata_[static_cast<std::size_t>(type)][static_cast<std::size_t>(strength)];
+    if (!metadata) metadata = edgeMetadataFor(type, strength, now_);
+    return DependencyEdge{from,
+                          to,
+                          "depends_on",
+                          circular,
+                          type,
+                          strength,
+                          EdgeDirection::unidirectional,
+                          impactFor(to),
+                          *metadata};
+  }
+
+ private:
+  using Metadata = std::optional<std::map<std::string, std::string>>;
+  Timestamp now_;
+  std::array<std::array<Metadata, EnumTraits<RelationshipStrength>::rawValues.size()>,
+             EnumTraits<RelationshipType>::rawValues.size()>
+      metadata_;
+};
+
+// Node metadata depends only on scope, lifetime and thread safety at one build time.
+class NodeMetadataCache {
+ public:
+  explicit NodeMetadataCache(Timestamp now) : now_(now) {}
+
+  [[nodiscard]] const std::map<std::string, std::string>& get(const DependencyMetadata& metadata) {
+    const auto key = std::tuple(metadata.scope, metadata.lifetime, metadata.threadSafety);
+    auto it = cache_.find(key);
+    if (it == cache_.end()) it = cache_.emplace(key, nodeMetadataFor(metadata, now_)).first;
+    return it->second;
+  }
+
+ private:
+  Timestamp now_;
+  std::map<std::tuple<DependencyScope, DependencyLifetime, ThreadSafety>,
+           std::map<std::string, std::string>>
+      cache_;
+};
+
+}  // namespace
+
+NodesAndEdges buildNodesAndEdges(const ContainerState& state) {
+  const ObservedGraph graph(state);
+  const Timestamp now = std::chrono::system_clock::now();
+  NodesAndEdges result;
+
+  // The cycles, computed once; a name is circular when it lies on one, an edge when its two
+  // ends are neighbours on one (a one-name cycle makes its self-edge circular).
+  std::vector<char> onCycle(graph.size(), 0);
+  std::unordered_set<std::uint64_t> ringNeighbours;
+  forEachCycle(graph, [&](std::span<const std::uint32_t> cycle) {
+    result.cycles.push_back(cycleNames(graph, cycle));
+    for (std::size_t k = 0; k < cycle.size(); ++k) {
+      onCycle[cycle[k]] = 1;
+      ringNeighbours.insert(unorderedPair(cycle[k], cycle[(k + 1) % cycle.size()]));
+    }
+  });
+  const auto circular = [&](const Slot* from, const Slot* to) {
+    return !ringNeighbours.empty() &&
+           ringNeighbours.contains(unorderedPair(graph.indexOf.at(from), graph.indexOf.at(to)));
+  };
+
+  const std::size_t nodeCount = state.registryOrder.size();
+  result.nodes.reserve(nodeCount);
+  NodeMetadataCache nodeMetadata(now);
+  for (std::size_t i = 0; i < nodeCount; ++i) {
+    const Slot& slot = *state.registryOrder[i];
+    std::vector<std::string> dependencies;
+    dependencies.reserve(slot.dependencies.size());
+    for (const Slot* dependency : slot.dependencies) dependencies.push_back(dependency->name);
+    const ComplexityLevel complexity = complexityFor(dependencies.size());
+    result.nodes.push_back(DependencyNode{
+        slot.name, slot.metadata->scope, std::move(dependencies), layerFor(slot.name),
+        onCycle[graph.roots[i]] != 0, positionFor(i, nodeCount), nodeTypeFor(slot.name),
+        nodeCategoryFor(slot.name), complexity, samplePerformanceMetrics(now),
+        nodeMetadata.get(*slot.metadata), tagsFor(slot.name)});
+  }
+
+  // Edges: observed first (distinct already: one set per name), then the declared ones not
+  // observed and not declared before by the same name.
+  std::size_t edgeCount = graph.targets.size();
+  for (const Slot* slot : state.registryOrder) edgeCount += slot->metadata->dependencies.size();
+  result.edges.reserve(edgeCount);
+  EdgeFactory edges(now);
+  for (const Slot* slot : state.dependencyMapOrder) {
+    for (const Slot* dependency : slot->dependencies) {
+      result.edges.push_back(edges.make(slot->name, dependency->name, circular(slot, dependency)));
+    }
+  }
+  for (const Slot* slot : state.registryOrder) {
+    const std::vector<std::string>& declared = slot->metadata->dependencies;
+    std::unordered_set<std::string_view> declaredBefore;
+    for (const std::string& name : declared) {
+      Slot* const target = state.find(name);
+      if (target != nullptr && slot->dependencySet.contains(target)) continue;
+      if (declared.size() > 1 && !declaredBefore.insert(name).second) continue;
+      result.edges.push_back(
+          edges.make(slot->name, name, target != nullptr && circular(slot, target)));
+    }
+  }
+
+  result.maxDepth = maxDependencyDepth(graph);
+  return result;
+}
+
+}  // namespace detail
+
+asio::awaitable<void> AdvancedDIContainerImpl::validateDependencies() {
+  co_await detail::switchToHomeThread(*state_);
+  const detail::ContainerState& s = *state_;
+  for (const detail::Slot* slot : s.registryOrder) {
+    const detail::Slot* record = s.find(slot->name);
+    if (record == nullptr || !record->inRegistry || !record->metadata) {
+      throw DependencyResolutionError::validationError("Type " + slot->name +
+                                                       " is not properly registered");
+    }
+  }
+  detail::printLine("✅ All dependencies are properly registered");
+}
+
+std::vector<std::vector<std::string>> AdvancedDIContainerImpl::findCircularDependencies() const {
+  state_->requireHomeThread("findCircularDependencies");
+  const detail::ObservedGraph graph(*state_);
+  std::vector<std::vector<std::string>> cycles;
+  detail::forEachCycle(graph, [&](std::span<const std::uint32_t> cycle) {
+    cycles.push_back(detail::cycleNames(graph, cycle));
+  });
+  return cycles;
+}
+
+std::int64_t AdvancedDIContainerImpl::getDependencyDepth(std::string_view name) const {
+  state_->requireHomeThread("getDependencyDepth");
+  const detail::Slot* root = state_->find(name);
+  if (root == nullptr || root->dependencies.empty()) return 0;
+  // Depth(n) = 1 + the greatest Depth of n's dependencies, a name seen before counting 0: every
+  // name met for the first time at depth d counts d, or d + 1 when it has dependencies.
+  std::unordered_set<const detail::Slot*> visited{root};
+  std::vector<std::pair<const detail::Slot*, std::size_t>> stack{{root, 0}};
+  std::int64_t depth = 1;
+  while (!stack.empty()) {
+    auto& [slot, next] = stack.back();
+    if (next == slot->dependencies.size()) {
+      stack.pop_back();
+      continue;
+    }
+    const detail::Slot* dependency = slot->dependencies[next++];
+    if (!visited.insert(dependency).second) continue;
+    const auto level = static_cast<std::int64_t>(stack.size());
+    if (dependency->dependencies.empty()) {
+      depth = std::max(depth, level);
+    } else {
+      depth = std::max(depth, level + 1);
+      stack.emplace_back(dependency, 0);
+    }
+  }
+  return depth;
+}
+
+}  // namespace tavreldi

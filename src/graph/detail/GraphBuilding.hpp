@@ -1,0 +1,128 @@
+#pragma once
+
+// Graph building shared by the container's graph operations: the observed dependencies as a
+// dense index graph, the cycle search over it, the node and edge lists, and the analysis of a
+// built graph.
+//
+// Every search here runs with explicit stacks, never by recursion, so that graphs with very long
+// chains cannot exhaust the call stack. Orders follow the container's insertion orders: the
+// registry's keys, each name's observed dependencies in the order first seen.
+
+#include <chrono>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "core/detail/ContainerState.hpp"
+#include "tavreldi/graph/DependencyGraph.hpp"
+
+namespace tavreldi {
+class AdvancedDIContainerImpl;
+}
+
+namespace tavreldi::detail {
+
+/// The observed dependencies (`Slot::dependencies`) of every slot, over dense indices.
+struct ObservedGraph {
+  explicit ObservedGraph(const ContainerState& state);
+
+  std::vector<const Slot*> slots;                          // index -> slot
+  std::unordered_map<const Slot*, std::uint32_t> indexOf;  // slot -> index
+  std::vector<std::uint32_t> offsets;  // successors of v: [offsets[v], offsets[v+1])
+  std::vector<std::uint32_t> targets;
+  std::vector<std::uint32_t> roots;  // the registered slots, in registry order
+  std::vector<char> registered;      // per index: the slot is registered
+
+  [[nodiscard]] std::uint32_t size() const noexcept {
+    return static_cast<std::uint32_t>(slots.size());
+  }
+  [[nodiscard]] std::span<const std::uint32_t> successors(std::uint32_t v) const noexcept {
+    return {targets.data() + offsets[v], targets.data() + offsets[v + 1]};
+  }
+};
+
+/// Strongly connected components of the graph whose vertex v has the successors
+/// `targets[offsets[v]]` to `targets[offsets[v + 1] - 1]` (Tarjan's algorithm, explicit stack).
+/// Components are numbered in the order they complete, so an edge between two components always
+/// leads to a lower number.
+struct StrongComponents {
+  StrongComponents(std::span<const std::uint32_t> offsets, std::span<const std::uint32_t> targets);
+
+  std::vector<std::uint32_t> of;       // vertex -> component
+  std::vector<std::uint32_t> members;  // vertices grouped by component
+  std::vector<std::uint32_t> start;    // members of c: [start[c], start[c + 1])
+
+  [[nodiscard]] std::uint32_t count() const noexcept {
+    return static_cast<std::uint32_t>(start.size() - 1);
+  }
+};
+
+/// The cycle search: a depth-first search from every unvisited root, in root order, following
+/// successors in order. Every edge into a name that is still on the search path yields one
+/// cycle, the path from that name to the current one; `onCycle` receives it as a span of
+/// indices (valid only during the call), in the order found. Nothing is de-duplicated.
+template <class OnCycle>
+void forEachCycle(const ObservedGraph& graph, OnCycle&& onCycle) {
+  constexpr std::uint32_t kUnvisited = 0;
+  constexpr std::uint32_t kFinished = 1;
+  constexpr std::uint32_t kOnPath = 2;
+  std::vector<std::uint32_t> mark(graph.size(), kUnvisited);
+  std::vector<std::uint32_t> positionOnPath(graph.size(), 0);
+  std::vector<std::uint32_t> path;
+  std::vector<std::uint32_t> nextChild;  // per path entry: next successor to look at
+  const auto enter = [&](std::uint32_t v) {
+    mark[v] = kOnPath;
+    positionOnPath[v] = static_cast<std::uint32_t>(path.size());
+    path.push_back(v);
+    nextChild.push_back(graph.offsets[v]);
+  };
+  for (const std::uint32_t root : graph.roots) {
+    if (mark[root] != kUnvisited) continue;
+    enter(root);
+    while (!path.empty()) {
+      const std::uint32_t v = path.back();
+      std::uint32_t& next = nextChild.back();
+      if (next == graph.offsets[v + 1]) {
+        mark[v] = kFinished;
+        path.pop_back();
+        nextChild.pop_back();
+        continue;
+      }
+      const std::uint32_t d = graph.targets[next++];
+      if (mark[d] == kUnvisited) {
+        enter(d);
+      } else if (mark[d] == kOnPath) {
+        onCycle(std::span<const std::uint32_t>(path.data() + positionOnPath[d],
+                                               path.size() - positionOnPath[d]));
+      }
+    }
+  }
+}
+
+/// The names of a cycle given by indices.
+[[nodiscard]] std::vector<std::string> cycleNames(const ObservedGraph& graph,
+                                                  std::span<const std::uint32_t> cycle);
+
+/// The greatest dependency depth (as `getDependencyDepth` computes it) over the roots.
+[[nodiscard]] std::int64_t maxDependencyDepth(const ObservedGraph& graph);
+
+/// A built graph: nodes, edges, the cycles they were marked with, and the greatest depth.
+struct NodesAndEdges {
+  std::vector<DependencyNode> nodes;
+  std::vector<DependencyEdge> edges;
+  std::vector<std::vector<std::string>> cycles;
+  std::int64_t maxDepth = 0;
+};
+
+/// Builds the nodes (one per registration, in registry order) and the edges (observed, then
+/// declared; the first copy of each `from`, `to` pair kept) of the container's graph.
+[[nodiscard]] NodesAndEdges buildNodesAndEdges(const ContainerState& state);
+
+/// The analysis of a built graph; `start` is when the operation began.
+[[nodiscard]] GraphAnalysis analyseGraph(const AdvancedDIContainerImpl& container,
+                                         const NodesAndEdges& graph,
+                                         std::chrono::steady_clock::time_point start);
+
+}  // namespace tavreldi::detail

@@ -1,0 +1,127 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "support/AsyncTest.hpp"
+#include "support/GraphFixture.hpp"
+
+namespace tavreldi {
+namespace {
+
+using testing::observe;
+using testing::registerName;
+using Names = std::vector<std::string>;
+using Severity = CircularDependencySeverity;
+using Impact = CircularDependencyImpact;
+
+class CycleAnalysis : public testing::AsyncTest {};
+
+const std::string kInterfaces = "Introduce interfaces/protocols to break the cycle";
+const std::string kEvents = "Consider using event-driven architecture to decouple dependencies";
+const std::string kFactory = "Use factory pattern to create instances when needed";
+const Names kFixedOverall{"Implement dependency inversion principle using interfaces",
+                          "Consider using event-driven architecture for loose coupling",
+                          "Use factory pattern for complex object creation"};
+
+TEST_F(CycleAnalysis, NoRegistrations) {
+  auto c = makeContainer();
+  EXPECT_TRUE(c->findCircularDependenciesDetailed().empty());
+  const auto a = c->analyzeCircularDependencies();
+  EXPECT_EQ(std::vector({a.totalCycles, a.criticalCycles, a.highImpactCycles, a.mediumImpactCycles,
+                         a.averageCycleLength, a.longestCycle}),
+            std::vector<std::int64_t>(6, 0));
+  EXPECT_TRUE(a.cycles.empty());
+  EXPECT_EQ(a.recommendations, Names{"No circular dependencies found. Great job!"});
+}
+
+TEST_F(CycleAnalysis, GradingAndSuggestions) {
+  auto c = makeContainer();
+  registerName(*c, "S", DependencyScope::singleton);
+  registerName(*c, "T", DependencyScope::singleton);
+  registerName(*c, "Lazy", DependencyScope::lazy);
+  // Severity turns medium at 3 members and high at 5; impact turns high at 4.
+  const Names members{"A", "B", "C", "D", "E"};
+  const Severity severities[] = {Severity::low,    Severity::low,    Severity::low,
+                                 Severity::medium, Severity::medium, Severity::high};
+  const Impact impacts[] = {Impact::medium, Impact::medium, Impact::medium,
+                            Impact::medium, Impact::high,   Impact::high};
+  for (std::size_t n = 0; n <= 5; ++n) {
+    const Names cycle(members.begin(), members.begin() + static_cast<std::ptrdiff_t>(n));
+    EXPECT_EQ(c->calculateCycleSeverity(cycle), severities[n]) << n;
+    EXPECT_EQ(c->calculateCycleImpact(cycle), impacts[n]) << n;
+  }
+  EXPECT_EQ(c->calculateCycleImpact({"Lazy", "S"}), Impact::critical);
+  EXPECT_EQ(c->calculateCycleImpact({"Lazy", "Unregistered"}), Impact::medium);
+
+  EXPECT_EQ(c->generateCycleSuggestions({"A", "B", "C"}), (Names{kInterfaces, kEvents, kFactory}));
+  EXPECT_EQ(c->generateCycleSuggestions({}), (Names{kInterfaces, kEvents, kFactory}));
+  // Only the first singleton is named; a "Protocol" member drops the interface advice.
+  EXPECT_EQ(c->generateCycleSuggestions({"UserProtocol", "S", "T"}),
+            (Names{"Consider changing S from singleton to transient scope", kEvents, kFactory}));
+  EXPECT_EQ(c->generateCycleSuggestions({"Lazy", "StoreInterface"}), (Names{kEvents, kFactory}));
+}
+
+TEST_F(CycleAnalysis, DetailedSearchAndSummary) {
+  auto c = makeContainer();
+  registerName(*c, "A", DependencyScope::singleton);
+  registerName(*c, "B");
+  registerName(*c, "C");
+  observe(*c, "A", {"B"});
+  observe(*c, "B", {"C"});
+  observe(*c, "C", {"A", "B"});  // two back-edges into one loop: two entries
+  const auto a = c->analyzeCircularDependencies();
+  ASSERT_EQ(a.cycles.size(), 2u);
+  EXPECT_EQ(a.cycles[0],
+            (CircularDependency{{"A", "B", "C"},
+                                Severity::medium,
+                                Impact::critical,
+                                {"Consider changing A from singleton to transient scope",
+                                 kInterfaces, kEvents, kFactory}}));
+  EXPECT_EQ(a.cycles[1],
+            (CircularDependency{
+                {"B", "C"}, Severity::low, Impact::medium, {kInterfaces, kEvents, kFactory}}));
+  EXPECT_EQ(a.cycles, c->findCircularDependenciesDetailed());
+  EXPECT_EQ(a.totalCycles, 2);
+  EXPECT_EQ(a.criticalCycles, 1);
+  EXPECT_EQ(a.highImpactCycles, 0);
+  EXPECT_EQ(a.mediumImpactCycles, 1);
+  EXPECT_EQ(a.averageCycleLength, 2);  // 5 / 2, truncated
+  EXPECT_EQ(a.longestCycle, 3);
+  Names expected{"Priority: Resolve 1 critical circular dependencies",
+                 "Consider changing singleton scopes to transient for 1 cycles"};
+  expected.insert(expected.end(), kFixedOverall.begin(), kFixedOverall.end());
+  EXPECT_EQ(a.recommendations, expected);
+
+  // A self-dependency: one member, low; critical only as a singleton.
+  auto d = makeContainer();
+  registerName(*d, "Solo");
+  registerName(*d, "Single", DependencyScope::singleton);
+  observe(*d, "Solo", {"Solo"});
+  observe(*d, "Single", {"Single"});
+  const auto selfLoops = d->findCircularDependenciesDetailed();
+  ASSERT_EQ(selfLoops.size(), 2u);
+  EXPECT_EQ(selfLoops[0].cycle, Names{"Solo"});
+  EXPECT_EQ(std::tuple(selfLoops[0].severity, selfLoops[0].impact),
+            std::tuple(Severity::low, Impact::medium));
+  EXPECT_EQ(std::tuple(selfLoops[1].severity, selfLoops[1].impact),
+            std::tuple(Severity::low, Impact::critical));
+}
+
+TEST_F(CycleAnalysis, OverallRecommendationsRecheckTheRegistry) {
+  auto c = makeContainer();
+  registerName(*c, "S", DependencyScope::singleton);
+  // The stored impact counts for the first line, the registry for the second.
+  const std::vector<CircularDependency> cycles{{{"A", "B"}, Severity::low, Impact::critical, {}},
+                                               {{"B", "S"}, Severity::low, Impact::medium, {}},
+                                               {{"S", "A"}, Severity::low, Impact::critical, {}}};
+  Names expected{"Priority: Resolve 2 critical circular dependencies",
+                 "Consider changing singleton scopes to transient for 2 cycles"};
+  expected.insert(expected.end(), kFixedOverall.begin(), kFixedOverall.end());
+  EXPECT_EQ(c->generateOverallRecommendations(cycles), expected);
+  EXPECT_EQ(c->generateOverallRecommendations({{{"A"}, Severity::low, Impact::medium, {}}}),
+            kFixedOverall);
+}
+
+}  // namespace
+}  // namespace tavreldi

@@ -1,0 +1,342 @@
+#include "graph/detail/GraphBuilding.hpp"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cstdlib>
+#include <functional>
+#include <map>
+#include <random>
+#include <set>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "support/AsyncTest.hpp"
+#include "support/GraphFixture.hpp"
+#include "tavreldi/core/LineWriter.hpp"
+
+namespace tavreldi {
+namespace {
+
+using testing::observe;
+using testing::registerName;
+using Names = std::vector<std::string>;
+using Cycles = std::vector<Names>;
+
+class GraphBuilding : public testing::AsyncTest {};
+
+// Ordered registry and dependency map, read by the straightforward recursive definitions below.
+struct Model {
+  Names registry;
+  std::vector<std::pair<std::string, Names>> observed;  // in insertion order
+  std::map<std::string, Names> declared;
+
+  [[nodiscard]] Names deps(const std::string& name) const {
+    for (const auto& [owner, set] : observed) {
+      if (owner == name) return set;
+    }
+    return {};
+  }
+};
+
+Cycles referenceCycles(const Model& m) {
+  std::set<std::string> visited, onStack;
+  Names path;
+  Cycles cycles;
+  std::function<void(const std::string&)> visit = [&](const std::string& n) {
+    visited.insert(n);
+    onStack.insert(n);
+    path.push_back(n);
+    for (const auto& d : m.deps(n)) {
+      if (!visited.contains(d)) {
+        visit(d);
+      } else if (onStack.contains(d)) {
+        cycles.emplace_back(std::find(path.begin(), path.end(), d), path.end());
+      }
+    }
+    onStack.erase(n);
+    path.pop_back();
+  };
+  for (const auto& name : m.registry) {
+    if (!visited.contains(name)) {
+      path.clear();
+      visit(name);
+    }
+  }
+  return cycles;
+}
+
+std::int64_t referenceDepth(const Model& m, const std::string& name) {
+  std::set<std::string> visited;
+  std::function<std::int64_t(const std::string&)> depth = [&](const std::string& n) {
+    if (!visited.insert(n).second) return std::int64_t{0};
+    const Names deps = m.deps(n);
+    if (deps.empty()) return std::int64_t{0};
+    std::int64_t best = 0;
+    for (const auto& d : deps) best = std::max(best, depth(d));
+    return 1 + best;
+  };
+  return depth(name);
+}
+
+bool referenceEdgeCircular(const Cycles& cycles, const std::string& f, const std::string& t) {
+  for (const auto& cycle : cycles) {
+    const auto p = std::find(cycle.begin(), cycle.end(), f) - cycle.begin();
+    const auto q = std::find(cycle.begin(), cycle.end(), t) - cycle.begin();
+    const auto last = static_cast<std::ptrdiff_t>(cycle.size()) - 1;
+    if (p > last || q > last) continue;
+    if (std::abs(p - q) == 1 || (p == 0 && q == last) || (q == 0 && p == last)) return true;
+  }
+  return false;
+}
+
+void apply(AdvancedDIContainerImpl& c, const Model& m) {
+  for (const auto& name : m.registry) {
+    const auto it = m.declared.find(name);
+    registerName(c, name, DependencyScope::transient,
+                 it == m.declared.end() ? Names{} : it->second);
+  }
+  for (const auto& [owner, deps] : m.observed) {
+    observe(c, owner, std::vector<std::string_view>(deps.begin(), deps.end()));
+  }
+}
+
+TEST_F(GraphBuilding, NodesAndEdgesFromRegistryAndObservations) {
+  auto c = makeContainer();
+  registerName(*c, "UserAPIService", DependencyScope::singleton);
+  registerName(*c, "ProfileViewModel", DependencyScope::lazy, {"LoadProfileUseCase", "Ghost"});
+  registerName(*c, "UserRepositoryAPI", DependencyScope::scoped);
+  registerName(*c, "Logger");
+  observe(*c, "ProfileViewModel", {"LoadProfileUseCase"});
+  observe(*c, "UserRepository", {"UserAPI"});  // an owner that is not registered
+  observe(*c, "Logger", {"A", "B", "C", "D", "E", "F"});
+  const auto before = std::chrono::system_clock::now();
+  const DependencyGraph graph = run(c->getDependencyGraph());
+
+  ASSERT_EQ(graph.nodes.size(), 4u);
+  const auto& api = graph.nodes[0];
+  EXPECT_EQ(api.id, "UserAPIService");
+  EXPECT_EQ(api.scope, DependencyScope::singleton);
+  EXPECT_EQ(std::tie(api.layer, api.type, api.category),
+            std::tuple(1, NodeType::service, NodeCategory::networking));
+  EXPECT_EQ(api.tags, Names{"api"});
+  EXPECT_EQ(api.metadata.size(), 4u);
+  EXPECT_EQ(api.metadata.at("scope"), "singleton");
+  EXPECT_EQ(api.metadata.at("lifetime"), "application");
+  EXPECT_EQ(api.metadata.at("threadSafety"), "Safe");
+  const auto created = parseIso8601(api.metadata.at("created_at"));
+  ASSERT_TRUE(created);
+  EXPECT_GE(*created, std::chrono::floor<std::chrono::seconds>(before));
+  const auto& vm = graph.nodes[1];
+  EXPECT_EQ(vm.dependencies, Names{"LoadProfileUseCase"});
+  EXPECT_EQ(
+      std::tie(vm.layer, vm.type, vm.category, vm.complexity),
+      std::tuple(4, NodeType::presentation, NodeCategory::presentation, ComplexityLevel::low));
+  EXPECT_EQ(graph.nodes[2].tags, (Names{"api", "repository"}));
+  const auto& logger = graph.nodes[3];
+  EXPECT_EQ(logger.dependencies, (Names{"A", "B", "C", "D", "E", "F"}));
+  EXPECT_EQ(logger.complexity, ComplexityLevel::high);
+  EXPECT_EQ(std::tie(logger.layer, logger.type), std::tuple(0, NodeType::component));
+  // Four nodes: three columns.
+  const std::vector<Point> positions{{100, 100}, {250, 100}, {400, 100}, {100, 200}};
+  for (std::size_t i = 0; i < 4; ++i) {
+    EXPECT_EQ(graph.nodes[i].position, positions[i]) << i;
+    EXPECT_TRUE(graph.nodes[i].performanceMetrics.lastResolved.has_value());
+    EXPECT_FALSE(graph.nodes[i].isCircular);
+  }
+
+  // Observed edges first, in map order; then the declared ones, the duplicate dropped; the
+  // unregistered target "Ghost" gets an edge but no node.
+  Names ends;
+  for (const auto& e : graph.edges) {
+    ends.push_back(e.from + ">" + e.to);
+    EXPECT_EQ(e.relationship, "depends_on");
+    EXPECT_EQ(e.direction, EdgeDirection::unidirectional);
+    EXPECT_FALSE(e.isCircular);
+  }
+  EXPECT_EQ(ends, (Names{"ProfileViewModel>LoadProfileUseCase", "UserRepository>UserAPI",
+                         "Logger>A", "Logger>B", "Logger>C", "Logger>D", "Logger>E", "Logger>F",
+                         "ProfileViewModel>Ghost"}));
+  const auto& flow = graph.edges[1];
+  EXPECT_EQ(std::tie(flow.relationshipType, flow.strength, flow.performanceImpact),
+            std::tuple(RelationshipType::dataFlow, RelationshipStrength::strong,
+                       PerformanceImpact::high));
+  EXPECT_EQ(flow.metadata.at("relationship_type"), "DataFlow");
+  EXPECT_EQ(flow.metadata.at("strength"), "Strong");
+  EXPECT_TRUE(parseIso8601(flow.metadata.at("created_at")));
+  EXPECT_EQ(graph.edges[0].relationshipType, RelationshipType::presentation);
+}
+
+TEST_F(GraphBuilding, CircularNodesAndEdges) {
+  const auto flags = [](const DependencyGraph& g) {
+    std::vector<bool> out;
+    for (const auto& n : g.nodes) out.push_back(n.isCircular);
+    for (const auto& e : g.edges) out.push_back(e.isCircular);
+    return out;
+  };
+  {  // Two-ring, plus an edge into it from outside.
+    auto c = makeContainer();
+    for (const auto* n : {"A", "B", "C"}) registerName(*c, n);
+    observe(*c, "A", {"B"});
+    observe(*c, "B", {"A"});
+    observe(*c, "C", {"A"});
+    const auto g = run(c->getDependencyGraph());
+    EXPECT_EQ(c->findCircularDependencies(), (Cycles{{"A", "B"}}));
+    EXPECT_EQ(g.analysis.circularDependencyChains, (Cycles{{"A", "B"}}));
+    EXPECT_EQ(flags(g), (std::vector<bool>{true, true, false, true, true, false}));
+  }
+  {  // Self-loop: circular through the wrap-around rule.
+    auto c = makeContainer();
+    registerName(*c, "A");
+    observe(*c, "A", {"A"});
+    const auto g = run(c->getDependencyGraph());
+    EXPECT_EQ(g.analysis.circularDependencyChains, (Cycles{{"A"}}));
+    EXPECT_EQ(flags(g), (std::vector<bool>{true, true}));
+    EXPECT_EQ(c->getDependencyDepth("A"), 1);
+  }
+  {  // Four-ring with the chord A→C, two steps apart on the ring: not circular.
+    auto c = makeContainer();
+    for (const auto* n : {"A", "B", "C", "D"}) registerName(*c, n);
+    observe(*c, "A", {"B", "C"});
+    observe(*c, "B", {"C"});
+    observe(*c, "C", {"D"});
+    observe(*c, "D", {"A"});
+    const auto g = run(c->getDependencyGraph());
+    EXPECT_EQ(g.analysis.circularDependencyChains, (Cycles{{"A", "B", "C", "D"}}));
+    // Nodes A–D, then edges A→B, A→C, B→C, C→D, D→A.
+    EXPECT_EQ(flags(g), (std::vector<bool>{true, true, true, true, true, false, true, true, true}));
+  }
+}
+
+TEST_F(GraphBuilding, DepthFollowsInsertionOrder) {
+  for (const bool bFirst : {true, false}) {
+    auto c = makeContainer();
+    for (const auto* n : {"A", "B", "D", "E"}) registerName(*c, n);
+    observe(
+        *c, "A",
+        bFirst ? std::vector<std::string_view>{"B", "D"} : std::vector<std::string_view>{"D", "B"});
+    observe(*c, "B", {"D"});
+    observe(*c, "D", {"E"});
+    // B first: A→B→D→E. D first: D is then already seen below B and counts 0 there.
+    EXPECT_EQ(c->getDependencyDepth("A"), bFirst ? 3 : 2);
+    EXPECT_EQ(c->getDependencyDepth("B"), 2);
+    EXPECT_EQ(c->getDependencyDepth("D"), 1);
+    EXPECT_EQ(c->getDependencyDepth("E"), 0);
+    EXPECT_EQ(c->getDependencyDepth("Nope"), 0);
+    EXPECT_EQ(run(c->analyzeDependencyGraph()).maxDepth, bFirst ? 3 : 2);
+  }
+}
+
+TEST_F(GraphBuilding, EmptyContainerAndValidation) {
+  auto c = makeContainer();
+  EXPECT_TRUE(c->findCircularDependencies().empty());
+  EXPECT_EQ(c->getDependencyDepth("Anything"), 0);
+  const auto g = run(c->getDependencyGraph());
+  EXPECT_TRUE(g.nodes.empty());
+  EXPECT_TRUE(g.edges.empty());
+  EXPECT_EQ(g.analysis.maxDepth, 0);
+  LineRecorder recorder;
+  run(c->validateDependencies());
+  registerName(*c, "A");
+  observe(*c, "A", {"A", "Unregistered"});
+  run(c->validateDependencies());
+  EXPECT_EQ(recorder.lines(), (Names{"✅ All dependencies are properly registered",
+                                     "✅ All dependencies are properly registered"}));
+}
+
+// Random registries and maps, cyclic ones and unregistered names included, checked against the
+// literal definitions: the cycle list, the once-per-build flags, the edge list, every depth and
+// the greatest depth.
+TEST_F(GraphBuilding, AgreesWithLiteralDefinitionsOnRandomGraphs) {
+  std::mt19937 rng(20240131);
+  const auto chance = [&](double p) { return std::uniform_real_distribution<>(0, 1)(rng) < p; };
+  for (int round = 0; round < 400; ++round) {
+    const int n = 1 + static_cast<int>(rng() % (round < 200 ? 7 : 14));
+    const double density = std::array{0.1, 0.2, 0.35, 0.6}[rng() % 4];
+    Names all;
+    for (int i = 0; i < n; ++i) all.push_back("S" + std::to_string(i));
+    Model m;
+    for (const auto& name : all) {
+      if (chance(0.85)) m.registry.push_back(name);
+    }
+    std::shuffle(m.registry.begin(), m.registry.end(), rng);
+    Names owners = all;
+    std::shuffle(owners.begin(), owners.end(), rng);
+    for (const auto& owner : owners) {
+      Names deps;
+      for (const auto& d : all) {
+        if (chance(density)) deps.push_back(d);
+      }
+      std::shuffle(deps.begin(), deps.end(), rng);
+      if (!deps.empty()) m.observed.emplace_back(owner, deps);
+    }
+    for (const auto& name : m.registry) {
+      if (chance(0.2)) m.declared[name] = {all[rng() % all.size()], "Ghost"};
+    }
+    auto c = makeContainer();
+    apply(*c, m);
+    const Cycles cycles = referenceCycles(m);
+    ASSERT_EQ(c->findCircularDependencies(), cycles) << round;
+    const DependencyGraph g = run(c->getDependencyGraph());
+    ASSERT_EQ(g.analysis.circularDependencyChains, cycles);
+    ASSERT_EQ(g.nodes.size(), m.registry.size());
+    std::int64_t maxDepth = 0;
+    for (std::size_t i = 0; i < m.registry.size(); ++i) {
+      const auto& id = m.registry[i];
+      EXPECT_EQ(g.nodes[i].id, id);
+      EXPECT_EQ(g.nodes[i].dependencies, m.deps(id));
+      const bool circular = std::any_of(cycles.begin(), cycles.end(), [&](const Names& cycle) {
+        return std::find(cycle.begin(), cycle.end(), id) != cycle.end();
+      });
+      EXPECT_EQ(g.nodes[i].isCircular, circular) << round << " " << id;
+      maxDepth = std::max(maxDepth, referenceDepth(m, id));
+    }
+    for (const auto& name : all) EXPECT_EQ(c->getDependencyDepth(name), referenceDepth(m, name));
+    EXPECT_EQ(g.analysis.maxDepth, maxDepth) << round;
+
+    std::vector<std::tuple<std::string, std::string, bool>> expected;
+    std::set<std::pair<std::string, std::string>> seen;
+    const auto add = [&](const std::string& f, const std::string& t) {
+      if (seen.emplace(f, t).second)
+        expected.emplace_back(f, t, referenceEdgeCircular(cycles, f, t));
+    };
+    for (const auto& [owner, deps] : m.observed) {
+      for (const auto& d : deps) add(owner, d);
+    }
+    for (const auto& name : m.registry) {
+      for (const auto& d : m.declared[name]) add(name, d);
+    }
+    std::vector<std::tuple<std::string, std::string, bool>> actual;
+    for (const auto& e : g.edges) actual.emplace_back(e.from, e.to, e.isCircular);
+    ASSERT_EQ(actual, expected) << round;
+  }
+}
+
+// Long chains are searched without recursion.
+TEST_F(GraphBuilding, HundredThousandDeepChain) {
+  constexpr int kLength = 100000;
+  auto c = makeContainer();
+  Names names;
+  for (int i = 0; i < kLength; ++i) names.push_back("N" + std::to_string(i));
+  for (const auto& name : names) registerName(*c, name);
+  for (int i = 0; i + 1 < kLength; ++i) observe(*c, names[i], {names[i + 1]});
+  EXPECT_TRUE(c->findCircularDependencies().empty());
+  EXPECT_EQ(c->getDependencyDepth("N0"), kLength - 1);
+  EXPECT_EQ(detail::maxDependencyDepth(detail::ObservedGraph(c->state())), kLength - 1);
+
+  observe(*c, names.back(), {"N0"});
+  const auto cycles = c->findCircularDependencies();
+  ASSERT_EQ(cycles.size(), 1u);
+  EXPECT_EQ(cycles[0], names);
+  EXPECT_EQ(c->getDependencyDepth("N0"), kLength);  // the closing edge counts
+  const auto detailed = c->findCircularDependenciesDetailed();
+  ASSERT_EQ(detailed.size(), 1u);
+  EXPECT_EQ(detailed[0].severity, CircularDependencySeverity::high);
+  EXPECT_EQ(detail::maxDependencyDepth(detail::ObservedGraph(c->state())), kLength);
+}
+
+}  // namespace
+}  // namespace tavreldi

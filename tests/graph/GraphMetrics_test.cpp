@@ -1,0 +1,356 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <map>
+#include <random>
+#include <set>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "support/AsyncTest.hpp"
+#include "support/GraphFixture.hpp"
+#include "support/SampleServices.hpp"
+
+namespace tavreldi {
+namespace {
+
+using Names = std::vector<std::string>;
+using Nodes = std::vector<DependencyNode>;
+using Edges = std::vector<DependencyEdge>;
+
+class GraphMetrics : public testing::AsyncTest {};
+
+DependencyNode node(std::string id, std::int64_t layer = 0,
+                    ComplexityLevel complexity = ComplexityLevel::low, std::size_t deps = 0) {
+  DependencyNode n;
+  n.id = std::move(id);
+  n.layer = layer;
+  n.complexity = complexity;
+  n.dependencies.assign(deps, "X");
+  return n;
+}
+
+DependencyEdge edge(std::string from, std::string to, bool circular = false) {
+  DependencyEdge e;
+  e.from = std::move(from);
+  e.to = std::move(to);
+  e.isCircular = circular;
+  return e;
+}
+
+Nodes nodes(int count) {
+  Nodes out;
+  for (int i = 0; i < count; ++i) out.push_back(node("N" + std::to_string(i)));
+  return out;
+}
+
+// Registers T with a factory that resolves D and wraps it.
+template <class T, class D>
+void registerWrapping(AdvancedDIContainerImpl& c, DependencyScope scope) {
+  c.registerAsync<T>(scope, [](AdvancedDIContainer& c) -> asio::awaitable<std::shared_ptr<T>> {
+    auto dependency = co_await c.resolve<D>();
+    co_return std::make_shared<T>(T{dependency});
+  });
+}
+
+// The literal longest-path search: the excluded set is copied into every branch.
+Names literalLongest(const std::string& n, std::set<std::string> excluded, const Edges& edges) {
+  if (excluded.contains(n)) return {n};
+  excluded.insert(n);
+  Names best;
+  for (const auto& e : edges) {
+    if (e.from != n) continue;
+    Names path = literalLongest(e.to, excluded, edges);
+    if (path.size() > best.size()) best = std::move(path);
+  }
+  best.insert(best.begin(), n);
+  return best;
+}
+
+std::vector<Names> literalCriticalPaths(const Nodes& ns, const Edges& edges) {
+  std::vector<Names> kept;
+  for (const auto& n : ns) {
+    Names path = literalLongest(n.id, {}, edges);
+    if (path.size() >= 4) kept.push_back(std::move(path));
+  }
+  std::stable_sort(kept.begin(), kept.end(),
+                   [](const Names& a, const Names& b) { return a.size() > b.size(); });
+  if (kept.size() > 5) kept.resize(5);
+  return kept;
+}
+
+TEST_F(GraphMetrics, EmptyGraphFigures) {
+  auto c = makeContainer();
+  const GraphAnalysis a = run(c->analyzeDependencyGraph());
+  EXPECT_FALSE(a.hasCircularDependencies);
+  EXPECT_EQ(a.totalNodes, 0);
+  EXPECT_EQ(a.totalDependencies, 0);
+  EXPECT_GT(a.analysisTime, 0);
+  EXPECT_GT(a.memoryUsage, 0);
+  EXPECT_EQ(a.cacheEfficiency, 0);
+  EXPECT_TRUE(a.isComplete);
+  EXPECT_EQ(a.complexityMetrics.cyclomaticComplexity, 2);
+  EXPECT_EQ(a.complexityMetrics.couplingScore, 0);
+  EXPECT_EQ(a.complexityMetrics.cohesionScore, 0.7);
+  EXPECT_EQ(a.complexityMetrics.abstractness, 0.5);
+  EXPECT_EQ(a.complexityMetrics.distanceFromMainSequence, 0.5);
+  EXPECT_EQ(a.architectureMetrics.architectureCompliance, 1);
+  EXPECT_EQ(a.performanceMetrics.averageResolutionTime, 0);
+  EXPECT_EQ(a.performanceMetrics.fastestResolution, 0);
+  EXPECT_GT(a.performanceMetrics.totalMemoryFootprint, 0);
+  const HealthScore& h = a.healthScore;
+  EXPECT_EQ(std::vector({h.performance, h.maintainability, h.testability, h.scalability, h.security,
+                         h.reliability}),
+            std::vector({1.0, 1.0, 0.0, 0.8, 0.9, 0.85}));
+  EXPECT_DOUBLE_EQ(h.overall, 4.55 / 6);  // 0.758333…
+  EXPECT_TRUE(a.recommendations.empty());
+  EXPECT_EQ(c->calculateComplexityScore({}, {}), 0);
+  EXPECT_TRUE(c->createNodeClusters({}).empty());
+  EXPECT_TRUE(c->createCriticalPaths({}, {}).empty());
+}
+
+TEST_F(GraphMetrics, ComplexityScoreAndArchitecture) {
+  auto c = makeContainer();
+  const Edges three{edge("N0", "N1"), edge("N1", "N2"), edge("N2", "N3")};
+  const auto m = c->createComplexityMetrics(nodes(10), three);
+  EXPECT_EQ(m.cyclomaticComplexity, 0);  // 3 − 10 + 2 is negative
+  EXPECT_DOUBLE_EQ(m.couplingScore, 0.3);
+  EXPECT_EQ(std::tie(m.fanIn, m.fanOut), std::tuple(3, 3));
+  EXPECT_DOUBLE_EQ(m.instability, 0.3);
+  EXPECT_DOUBLE_EQ(m.distanceFromMainSequence, 0.2);
+
+  const Edges four{edge("N0", "N1"), edge("N1", "N0"), edge("N0", "N0"), edge("N1", "N1")};
+  EXPECT_DOUBLE_EQ(c->calculateComplexityScore(nodes(2), four), 0.8);
+  EXPECT_DOUBLE_EQ(c->createHealthScore(nodes(2), four).performance, 1 - 0.8);
+  const Edges five(5, edge("N0", "N0"));
+  EXPECT_EQ(c->calculateComplexityScore(nodes(1), five), 1);  // capped
+  EXPECT_EQ(c->createHealthScore(nodes(1), five).performance, 0);
+  // 0.4 × 2/4 + 0.4 × 1/2 + 0.2 × 1/4, with one circular edge and one high node.
+  Nodes mixed = nodes(4);
+  mixed[3].complexity = ComplexityLevel::high;
+  const Edges two{edge("N0", "N1", true), edge("N1", "N2")};
+  EXPECT_DOUBLE_EQ(c->calculateComplexityScore(mixed, two), 0.45);
+  EXPECT_EQ(c->createHealthScore(mixed, two).maintainability, 0);
+
+  // Logger (0) → UserRepository (2) and Missing (0) → UserAPI (1) go up a layer; a repository
+  // using an API does not. One node has six dependencies.
+  const Nodes layered{node("UserRepository", 2), node("UserAPI", 1), node("Logger", 0),
+                      node("Busy", 0, ComplexityLevel::high, 6)};
+  const Edges edges{edge("UserRepository", "UserAPI"), edge("Logger", "UserRepository"),
+                    edge("Logger", "Nowhere"), edge("Missing", "UserAPI")};
+  const auto a = c->createArchitectureMetrics(layered, edges);
+  EXPECT_EQ(a.layerViolations, 2);
+  EXPECT_EQ(a.singleResponsibilityViolations, 1);
+  EXPECT_EQ(a.dependencyInversionViolations + a.openClosedViolations +
+                a.liskovSubstitutionViolations + a.interfaceSegregationViolations,
+            0);
+  EXPECT_DOUBLE_EQ(a.architectureCompliance, 0.25);
+  const Edges upward(3, edge("Logger", "UserAPI"));
+  EXPECT_EQ(c->createArchitectureMetrics({node("Logger"), node("UserAPI", 1)}, upward)
+                .architectureCompliance,
+            0);
+}
+
+TEST_F(GraphMetrics, RecommendationsClustersAndPerformance) {
+  auto c = makeContainer();
+  Nodes ns{node("A"), node("B", 0, ComplexityLevel::high), node("C", 0, ComplexityLevel::critical),
+           node("D", 0, ComplexityLevel::high)};
+  const Edges edges{edge("A", "B"), edge("B", "C", true), edge("C", "B", true),
+                    edge("D", "D", true)};
+  const auto r = c->createRecommendations(ns, edges);
+  ASSERT_EQ(r.size(), 2u);
+  EXPECT_EQ(r[0], (Recommendation{RecommendationType::architecture, RecommendationPriority::high,
+                                  "Resolve Circular Dependencies",
+                                  "Found 3 circular dependencies that should be resolved",
+                                  Names{"B", "C", "D"}, "High", EffortLevel::medium}));
+  EXPECT_EQ(r[1],
+            (Recommendation{RecommendationType::maintainability, RecommendationPriority::medium,
+                            "Reduce Node Complexity", "Found 2 nodes with high complexity",
+                            Names{"B", "D"}, "Medium", EffortLevel::high}));
+
+  ns[0].category = NodeCategory::data;
+  ns[0].position = {100, 100};
+  ns[1].category = NodeCategory::networking;
+  ns[2].category = NodeCategory::data;
+  ns[2].position = {400, 200};
+  ns[3].category = NodeCategory::unknown;
+  const auto clusters = c->createNodeClusters(ns);
+  ASSERT_EQ(clusters.size(), 3u);
+  EXPECT_EQ(clusters[0].id, "Data_cluster");
+  EXPECT_EQ(clusters[0].name, "Data Cluster");
+  EXPECT_EQ(clusters[0].nodes, (Names{"A", "C"}));
+  EXPECT_EQ(clusters[0].center, (Point{250, 150}));
+  EXPECT_EQ(clusters[0].radius, 100);
+  EXPECT_EQ(clusters[0].color, "#3498db");
+  EXPECT_EQ(clusters[0].metadata, (std::map<std::string, std::string>{{"category", "Data"}}));
+  EXPECT_EQ(clusters[1].id, "Networking_cluster");
+  EXPECT_EQ(clusters[1].color, "#e67e22");
+  EXPECT_EQ(clusters[2].name, "Unknown Cluster");
+  EXPECT_EQ(clusters[2].color, "#95a5a6");
+
+  const double times[] = {0.001, 0.001, 0.001, 0.01};
+  for (int i = 0; i < 4; ++i) {
+    ns[i].performanceMetrics.resolutionTime = times[i];
+    ns[i].performanceMetrics.cacheHitRate = 0.7 + 0.1 * i;
+  }
+  const auto p = c->createGraphPerformanceMetrics(ns);
+  EXPECT_DOUBLE_EQ(p.averageResolutionTime, 0.00325);
+  EXPECT_EQ(p.slowestResolution, 0.01);
+  EXPECT_EQ(p.fastestResolution, 0.001);
+  EXPECT_DOUBLE_EQ(p.cacheHitRate, 0.85);
+  EXPECT_EQ(p.bottleneckNodes, Names{"D"});  // 0.01 > 2 × 0.00325
+  EXPECT_EQ(p.performanceTrend, PerformanceTrend::stable);
+}
+
+TEST_F(GraphMetrics, CriticalPaths) {
+  auto c = makeContainer();
+  // Chains of 5 and 4 from A and from F; B gives 4; the cycle is cut where it meets the path.
+  const Nodes ns{node("F"), node("A"), node("B"), node("Q")};
+  const Edges edges{edge("A", "B"), edge("B", "C"), edge("C", "D"), edge("D", "E"), edge("F", "G"),
+                    edge("G", "H"), edge("H", "F"), edge("H", "I"), edge("Q", "B")};
+  const auto paths = c->createCriticalPaths(ns, edges);
+  ASSERT_EQ(paths.size(), 4u);
+  EXPECT_EQ(paths[0].nodes, (Names{"A", "B", "C", "D", "E"}));
+  EXPECT_EQ(paths[1].nodes, (Names{"Q", "B", "C", "D", "E"}));  // equal length: node order
+  EXPECT_EQ(paths[2].nodes, (Names{"F", "G", "H", "F"}));       // the first of equal length
+  EXPECT_EQ(paths[3].nodes, (Names{"B", "C", "D", "E"}));
+  EXPECT_EQ(paths[1].id, "critical_path_1");
+  EXPECT_EQ(paths[1].name, "Critical Path 2");
+  EXPECT_EQ(paths[0].length, 5);
+  EXPECT_EQ(paths[3].impact, PerformanceImpact::high);
+  EXPECT_EQ(paths[3].metadata, (std::map<std::string, std::string>{{"type", "dependency_chain"}}));
+
+  // Random small graphs, cyclic ones and targets that are not nodes included.
+  std::mt19937 rng(7);
+  for (int round = 0; round < 400; ++round) {
+    const int n = 1 + static_cast<int>(rng() % 8);
+    Nodes random = nodes(n);
+    Edges randomEdges;
+    const int e = static_cast<int>(rng() % 20);
+    const auto name = [&] {
+      const int i = static_cast<int>(rng() % (n + 2));
+      return i < n ? "N" + std::to_string(i) : "X" + std::to_string(i - n);
+    };
+    for (int i = 0; i < e; ++i) randomEdges.push_back(edge(name(), name()));
+    const auto expected = literalCriticalPaths(random, randomEdges);
+    const auto actual = c->createCriticalPaths(random, randomEdges);
+    ASSERT_EQ(actual.size(), expected.size()) << round;
+    for (std::size_t i = 0; i < actual.size(); ++i) {
+      EXPECT_EQ(actual[i].nodes, expected[i]) << round;
+      EXPECT_EQ(actual[i].length, static_cast<std::int64_t>(expected[i].size()));
+    }
+  }
+
+  // A 100,000-long chain is followed without recursion.
+  Nodes chain;
+  Edges chainEdges;
+  for (int i = 0; i < 100000; ++i) {
+    chain.push_back(node("N" + std::to_string(i)));
+    if (i > 0) chainEdges.push_back(edge(chain[i - 1].id, chain[i].id));
+  }
+  const auto chainPaths = c->createCriticalPaths(chain, chainEdges);
+  ASSERT_EQ(chainPaths.size(), 5u);
+  EXPECT_EQ(chainPaths[0].length, 100000);
+  EXPECT_EQ(chainPaths[4].nodes.front(), "N4");
+}
+
+TEST_F(GraphMetrics, TestabilityFromRealResolutions) {
+  auto c = makeContainer();
+  c->registerSync<sample::Logger>(DependencyScope::singleton, [](AdvancedDIContainer&) {
+    return std::make_shared<sample::Logger>();
+  });
+  c->registerSync<sample::User>(DependencyScope::transient, [](AdvancedDIContainer&) {
+    return std::make_shared<sample::User>();
+  });
+  // 81 + 19 resolutions; every singleton resolution but the first is a cache hit.
+  for (int i = 0; i < 81; ++i) (void)run(c->resolve<sample::Logger>());
+  for (int i = 0; i < 19; ++i) (void)run(c->resolve<sample::User>());
+  const GraphAnalysis a = run(c->analyzeDependencyGraphWithMetrics());
+  EXPECT_DOUBLE_EQ(a.healthScore.testability, 80);
+  EXPECT_DOUBLE_EQ(a.cacheEfficiency, 80);
+  EXPECT_DOUBLE_EQ(a.healthScore.overall, (1 + 1 + 80 + 0.8 + 0.9 + 0.85) / 6);
+}
+
+// A sample app and one cycle, registered and resolved for real (cycle detection off so that
+// the closing edge is recorded).
+TEST_F(GraphMetrics, EndToEndAnalysisOfAResolvedApp) {
+  using namespace sample;
+  auto c = makeContainer(DIContainerConfig(2, false, true, true, true));
+  registerWrapping<UserViewModel, LoadUserUseCase>(*c, DependencyScope::lazy);
+  registerWrapping<LoadUserUseCase, UserRepository>(*c, DependencyScope::transient);
+  registerWrapping<UserRepository, UserAPI>(*c, DependencyScope::scoped);
+  registerWrapping<UserAPI, Logger>(*c, DependencyScope::singleton);
+  c->registerSync<Logger>(DependencyScope::transient,
+                          [](AdvancedDIContainer&) { return std::make_shared<Logger>(); });
+  int visits = 0;
+  c->registerAsync<CycleA>(
+      DependencyScope::singleton,
+      [&visits](AdvancedDIContainer& c) -> asio::awaitable<std::shared_ptr<CycleA>> {
+        if (++visits == 1) (void)co_await c.resolve<CycleB>();
+        co_return std::make_shared<CycleA>();
+      });
+  c->registerAsync<CycleB>(DependencyScope::transient,
+                           [](AdvancedDIContainer& c) -> asio::awaitable<std::shared_ptr<CycleB>> {
+                             (void)co_await c.resolve<CycleA>();
+                             co_return std::make_shared<CycleB>();
+                           });
+  (void)run(c->resolve<UserViewModel>());
+  (void)run(c->resolve<CycleA>());
+  (void)run(c->resolve<UserViewModel>());  // lazy: served from the cache
+  // Resolutions: 5 along the app, CycleA twice, CycleB once, the view model again: 9; 1 hit.
+
+  const DependencyGraph g = run(c->getDependencyGraph());
+  const Names ids{"UserViewModel", "LoadUserUseCase", "UserRepository", "UserAPI",
+                  "Logger",        "CycleA",          "CycleB"};
+  ASSERT_EQ(g.nodes.size(), ids.size());
+  for (std::size_t i = 0; i < ids.size(); ++i) {
+    EXPECT_EQ(g.nodes[i].id, ids[i]);
+    EXPECT_EQ(g.nodes[i].isCircular, i >= 5);
+  }
+  ASSERT_EQ(g.edges.size(), 6u);
+  EXPECT_EQ(g.edges[4].from + ">" + g.edges[4].to, "CycleA>CycleB");
+  EXPECT_EQ(g.edges[5].from + ">" + g.edges[5].to, "CycleB>CycleA");
+  EXPECT_TRUE(g.edges[4].isCircular && g.edges[5].isCircular && !g.edges[3].isCircular);
+
+  const GraphAnalysis& a = g.analysis;
+  EXPECT_TRUE(a.hasCircularDependencies);
+  EXPECT_EQ(a.circularDependencyChains, (std::vector<Names>{{"CycleA", "CycleB"}}));
+  EXPECT_EQ(a.totalNodes, 7);
+  EXPECT_EQ(a.totalDependencies, 6);
+  EXPECT_EQ(a.maxDepth, 4);  // UserViewModel down to Logger
+  EXPECT_GT(a.analysisTime, 0);
+  EXPECT_GT(a.memoryUsage, 0);
+  EXPECT_DOUBLE_EQ(a.cacheEfficiency, 100.0 / 9);
+  EXPECT_TRUE(a.isComplete);
+  EXPECT_EQ(a.complexityMetrics.cyclomaticComplexity, 1);
+  EXPECT_DOUBLE_EQ(a.complexityMetrics.couplingScore, 6.0 / 7);
+  EXPECT_DOUBLE_EQ(a.complexityMetrics.distanceFromMainSequence, 6.0 / 7 - 0.5);
+  // The performance figures are those of this graph's own nodes.
+  double sum = 0;
+  for (const auto& n : g.nodes) sum += n.performanceMetrics.resolutionTime;
+  EXPECT_DOUBLE_EQ(a.performanceMetrics.averageResolutionTime, sum / 7);
+  EXPECT_EQ(a.architectureMetrics.layerViolations, 0);
+  EXPECT_EQ(a.architectureMetrics.architectureCompliance, 1);
+  const double score = 0.4 * 6 / 7 + 0.4 * 2 / 6;
+  EXPECT_DOUBLE_EQ(a.healthScore.performance, 1 - score);
+  EXPECT_EQ(a.healthScore.maintainability, 0);
+  EXPECT_DOUBLE_EQ(a.healthScore.testability, 100.0 / 9);
+  EXPECT_DOUBLE_EQ(a.healthScore.overall, (1 - score + 100.0 / 9 + 0.8 + 0.9 + 0.85) / 6);
+  ASSERT_EQ(a.recommendations.size(), 1u);
+  EXPECT_EQ(a.recommendations[0].description,
+            "Found 2 circular dependencies that should be resolved");
+  EXPECT_EQ(a.recommendations[0].affectedNodes, (Names{"CycleA", "CycleB"}));
+
+  const GraphAnalysis again = run(c->analyzeDependencyGraph());
+  EXPECT_EQ(again.circularDependencyChains, a.circularDependencyChains);
+  EXPECT_EQ(again.maxDepth, 4);
+  EXPECT_EQ(again.recommendations, a.recommendations);
+  const auto cycles = c->analyzeCircularDependencies();
+  ASSERT_EQ(cycles.totalCycles, 1);
+  EXPECT_EQ(cycles.cycles[0].impact, CircularDependencyImpact::critical);  // CycleA: singleton
+}
+
+}  // namespace
+}  // namespace tavreldi

@@ -1,0 +1,50 @@
+#pragma once
+
+// Fills a container's registry and observed dependencies directly, for graph tests that need
+// shapes real resolutions cannot produce (cycles with detection on, unregistered owners, ...).
+
+#include <chrono>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "core/detail/ContainerState.hpp"
+#include "tavreldi/core/AdvancedDIContainerImpl.hpp"
+
+namespace tavreldi::testing {
+
+/// Registers `name` (metadata only, no factory) with the given scope and declared dependencies.
+inline void registerName(AdvancedDIContainerImpl& container, std::string_view name,
+                         DependencyScope scope = DependencyScope::transient,
+                         std::vector<std::string> declared = {}) {
+  detail::ContainerState& state = container.state();
+  detail::Slot& slot = state.obtain(name);
+  slot.metadata = DependencyMetadata{scope,
+                                     DependencyLifetime::application,
+                                     false,
+                                     true,
+                                     {},
+                                     {},
+                                     std::chrono::system_clock::now(),
+                                     std::string(name),
+                                     true,
+                                     0,
+                                     std::move(declared),
+                                     ThreadSafety::safe};
+  if (!slot.inRegistry) {
+    slot.inRegistry = true;
+    state.registryOrder.push_back(&slot);
+  }
+}
+
+/// Records that `from` was seen resolving each of `to`, in order.
+inline void observe(AdvancedDIContainerImpl& container, std::string_view from,
+                    const std::vector<std::string_view>& to) {
+  detail::ContainerState& state = container.state();
+  for (const std::string_view name : to) {
+    state.addDependency(state.obtain(from), state.obtain(name));
+  }
+}
+
+}  // namespace tavreldi::testing
