@@ -1,0 +1,270 @@
+// Benchmarks of the container's hot paths and of graph analysis at scale.
+//
+// Run with standard output redirected (the container prints its lines there) and the figures
+// written as JSON:
+//   tavreldi-bench --benchmark_out=bench.json --benchmark_out_format=json > /dev/null
+
+#include <deque>
+#include <memory>
+#include <random>
+#include <string>
+#include <typeindex>
+#include <unordered_map>
+
+#include <asio.hpp>
+#include <benchmark/benchmark.h>
+
+#include "core/detail/ContainerState.hpp"
+#include "tavreldi/core/AdvancedDIContainerImpl.hpp"
+#include "tavreldi/visualization/DiagramGenerators.hpp"
+
+namespace {
+
+using tavreldi::AdvancedDIContainer;
+using tavreldi::AdvancedDIContainerImpl;
+using tavreldi::DependencyScope;
+using tavreldi::DIContainerConfig;
+
+struct Leaf {};
+struct Middle {
+  std::shared_ptr<Leaf> leaf;
+};
+struct Top {
+  std::shared_ptr<Middle> middle;
+};
+struct Generated {};
+
+// An analytics provider that does nothing: the cost of the telemetry calls themselves.
+class NullProvider final : public tavreldi::DIAnalyticsProvider {
+ public:
+  void trackEvent(std::string_view, const tavreldi::OptionalParameters&) override {}
+  void trackError(const std::exception&, const tavreldi::OptionalParameters&) override {}
+  void trackPerformance(std::string_view, double, std::optional<std::string_view>) override {}
+};
+
+template <class T>
+T runOn(asio::io_context& io, asio::awaitable<T> awaitable) {
+  auto future = asio::co_spawn(io, std::move(awaitable), asio::use_future);
+  io.restart();
+  io.run();
+  return future.get();
+}
+
+std::shared_ptr<AdvancedDIContainerImpl> makeContainer(asio::io_context& io, bool withProvider) {
+  auto container = std::make_shared<AdvancedDIContainerImpl>(DIContainerConfig::strict(),
+                                                             io.get_executor());
+  if (withProvider) container->configureAnalytics(std::make_shared<NullProvider>());
+  return container;
+}
+
+void registerChain(AdvancedDIContainer& c, DependencyScope scope) {
+  c.registerSync<Leaf>(scope, [](AdvancedDIContainer&) { return std::make_shared<Leaf>(); });
+  c.registerAsync<Middle>(scope,
+                          [](AdvancedDIContainer& c) -> asio::awaitable<std::shared_ptr<Middle>> {
+                            co_return std::make_shared<Middle>(Middle{co_await c.resolve<Leaf>()});
+                          });
+  c.registerAsync<Top>(scope, [](AdvancedDIContainer& c) -> asio::awaitable<std::shared_ptr<Top>> {
+    co_return std::make_shared<Top>(Top{co_await c.resolve<Middle>()});
+  });
+}
+
+// The least any container can do: a hash lookup by type and a shared_ptr copy.
+void BM_Floor_TypeIndexLookup(benchmark::State& state) {
+  std::unordered_map<std::type_index, std::shared_ptr<void>> cache;
+  cache[typeid(Leaf)] = std::make_shared<Leaf>();
+  cache[typeid(Middle)] = std::make_shared<Middle>();
+  cache[typeid(Top)] = std::make_shared<Top>();
+  for (auto _ : state) {
+    auto instance = std::static_pointer_cast<Leaf>(cache.find(typeid(Leaf))->second);
+    benchmark::DoNotOptimize(instance);
+  }
+}
+BENCHMARK(BM_Floor_TypeIndexLookup);
+
+void resolveSyncCached(benchmark::State& state, bool withProvider) {
+  asio::io_context io;
+  auto c = makeContainer(io, withProvider);
+  registerChain(*c, DependencyScope::singleton);
+  (void)runOn(io, c->resolve<Leaf>());
+  for (auto _ : state) {
+    auto leaf = c->resolveSync<Leaf>();
+    benchmark::DoNotOptimize(leaf);
+  }
+}
+void BM_ResolveSync_CachedSingleton(benchmark::State& state) { resolveSyncCached(state, false); }
+void BM_ResolveSync_CachedSingleton_NullProvider(benchmark::State& state) {
+  resolveSyncCached(state, true);
+}
+BENCHMARK(BM_ResolveSync_CachedSingleton);
+BENCHMARK(BM_ResolveSync_CachedSingleton_NullProvider);
+
+template <class T>
+asio::awaitable<int> resolveLoop(benchmark::State& state, AdvancedDIContainerImpl& c) {
+  for (auto _ : state) {
+    auto instance = co_await c.resolve<T>();
+    benchmark::DoNotOptimize(instance);
+  }
+  co_return 0;
+}
+
+template <class T>
+void resolveAwaited(benchmark::State& state, DependencyScope scope, bool withProvider) {
+  asio::io_context io;
+  auto c = makeContainer(io, withProvider);
+  registerChain(*c, scope);
+  (void)runOn(io, c->resolve<T>());
+  (void)runOn(io, resolveLoop<T>(state, *c));
+}
+void BM_Resolve_CachedSingleton(benchmark::State& state) {
+  resolveAwaited<Leaf>(state, DependencyScope::singleton, false);
+}
+void BM_Resolve_CachedSingleton_NullProvider(benchmark::State& state) {
+  resolveAwaited<Leaf>(state, DependencyScope::singleton, true);
+}
+void BM_Resolve_TransientChain3(benchmark::State& state) {
+  resolveAwaited<Top>(state, DependencyScope::transient, false);
+}
+void BM_Resolve_TransientChain3_NullProvider(benchmark::State& state) {
+  resolveAwaited<Top>(state, DependencyScope::transient, true);
+}
+BENCHMARK(BM_Resolve_CachedSingleton);
+BENCHMARK(BM_Resolve_CachedSingleton_NullProvider);
+BENCHMARK(BM_Resolve_TransientChain3);
+BENCHMARK(BM_Resolve_TransientChain3_NullProvider);
+
+void BM_RegisterSync(benchmark::State& state) {
+  asio::io_context io;
+  auto c = makeContainer(io, false);
+  std::int64_t n = 0;
+  for (auto _ : state) {
+    c->registerSync<Leaf>(DependencyScope::singleton,
+                          [](AdvancedDIContainer&) { return std::make_shared<Leaf>(); });
+    if (++n % 4096 == 0) {  // run the posted analytics tasks now and then
+      state.PauseTiming();
+      io.restart();
+      io.poll();
+      state.ResumeTiming();
+    }
+  }
+}
+BENCHMARK(BM_RegisterSync);
+
+// A generated layered app: fifths of view models, use cases, repositories, APIs and plain
+// services; each service depends on three of the layer below (plain services on earlier plain
+// services), and a few back edges close cycles.
+class GeneratedApp {
+ public:
+  GeneratedApp(asio::io_context& io, std::size_t count)
+      : container(std::make_shared<AdvancedDIContainerImpl>(DIContainerConfig::strict(),
+                                                            io.get_executor())) {
+    static constexpr const char* kRoles[] = {"Logger", "UserAPI", "UserRepository",
+                                             "LoadUserUseCase", "UserViewModel"};
+    const std::size_t perLayer = std::max<std::size_t>(count / 5, 1);
+    for (std::size_t i = 0; i < count; ++i) {
+      const std::size_t layer = std::min<std::size_t>(i / perLayer, 4);
+      names_.push_back(std::string(kRoles[layer]) + std::to_string(i));
+      keys_.push_back({tavreldi::detail::nextServiceTypeId(), names_.back(), names_.back(),
+                       &typeid(Generated)});
+      const DependencyScope scope = layer == 4   ? DependencyScope::lazy
+                                    : layer == 3 ? DependencyScope::transient
+                                    : layer == 2 ? DependencyScope::scoped
+                                                 : DependencyScope::singleton;
+      container->registerFactory(
+          keys_.back(), scope, tavreldi::DependencyLifetime::application,
+          tavreldi::FactoryType::sync([](AdvancedDIContainer&) {
+            return tavreldi::AnyInstance::of(std::make_shared<Generated>());
+          }));
+    }
+    auto& state = container->state();
+    std::mt19937 random(42);
+    for (std::size_t i = 0; i < count; ++i) {
+      const std::size_t layer = std::min<std::size_t>(i / perLayer, 4);
+      const std::size_t lowStart = layer == 0 ? 0 : (layer - 1) * perLayer;
+      const std::size_t lowEnd = layer == 0 ? i : std::min(layer * perLayer, count);
+      if (lowEnd <= lowStart) continue;
+      for (int d = 0; d < 3; ++d) {
+        const std::size_t target = lowStart + random() % (lowEnd - lowStart);
+        state.addDependency(state.obtain(names_[i]), state.obtain(names_[target]));
+      }
+    }
+    for (std::size_t c = 0; c < std::max<std::size_t>(count / 1000, 1) && count > perLayer * 2;
+         ++c) {
+      const std::size_t from = random() % perLayer;  // a plain service back to a repository
+      const std::size_t to = 2 * perLayer + random() % perLayer;
+      state.addDependency(state.obtain(names_[from]), state.obtain(names_[to]));
+    }
+    io.restart();
+    io.poll();
+  }
+
+  std::shared_ptr<AdvancedDIContainerImpl> container;
+
+ private:
+  std::deque<std::string> names_;
+  std::deque<tavreldi::ServiceKey> keys_;
+};
+
+void BM_GraphWithAnalysis(benchmark::State& state) {
+  asio::io_context io;
+  GeneratedApp app(io, static_cast<std::size_t>(state.range(0)));
+  for (auto _ : state) {
+    auto graph = runOn(io, app.container->getDependencyGraph());
+    benchmark::DoNotOptimize(graph);
+  }
+  state.counters["services"] = static_cast<double>(state.range(0));
+}
+BENCHMARK(BM_GraphWithAnalysis)->Arg(100)->Arg(1000)->Arg(10000)->Unit(benchmark::kMillisecond);
+
+void BM_AnalyzeCircularDependencies(benchmark::State& state) {
+  asio::io_context io;
+  GeneratedApp app(io, static_cast<std::size_t>(state.range(0)));
+  for (auto _ : state) {
+    auto analysis = app.container->analyzeCircularDependencies();
+    benchmark::DoNotOptimize(analysis);
+  }
+}
+BENCHMARK(BM_AnalyzeCircularDependencies)
+    ->Arg(100)
+    ->Arg(1000)
+    ->Arg(10000)
+    ->Unit(benchmark::kMillisecond);
+
+void BM_MermaidGenerator(benchmark::State& state) {
+  asio::io_context io;
+  GeneratedApp app(io, static_cast<std::size_t>(state.range(0)));
+  const auto graph = runOn(io, app.container->getDependencyGraph());
+  for (auto _ : state) {
+    auto text = tavreldi::DiagramGenerators::generateMermaid(graph);
+    benchmark::DoNotOptimize(text);
+  }
+}
+BENCHMARK(BM_MermaidGenerator)->Arg(100)->Arg(1000)->Arg(10000)->Unit(benchmark::kMillisecond);
+
+void BM_JsonGenerator(benchmark::State& state) {
+  asio::io_context io;
+  GeneratedApp app(io, static_cast<std::size_t>(state.range(0)));
+  const auto graph = runOn(io, app.container->getDependencyGraph());
+  for (auto _ : state) {
+    auto text = tavreldi::DiagramGenerators::generateJSONVisualization(graph, graph.analysis);
+    benchmark::DoNotOptimize(text);
+  }
+}
+BENCHMARK(BM_JsonGenerator)->Arg(100)->Arg(1000)->Arg(10000)->Unit(benchmark::kMillisecond);
+
+// Resident memory per registration: 100,000 registrations, their analytics tasks run.
+void BM_MemoryPerRegistration(benchmark::State& state) {
+  for (auto _ : state) {
+    asio::io_context io;
+    auto probe = makeContainer(io, false);
+    const auto before = probe->getMemoryUsage();
+    GeneratedApp app(io, 100'000);
+    const auto after = probe->getMemoryUsage();
+    state.counters["bytes_per_registration"] =
+        static_cast<double>(after - before) / 100'000.0;
+  }
+}
+BENCHMARK(BM_MemoryPerRegistration)->Iterations(1)->Unit(benchmark::kMillisecond);
+
+}  // namespace
+
+BENCHMARK_MAIN();
