@@ -1,0 +1,46 @@
+#pragma once
+
+// One blocking HTTP exchange with the dashboard service, and the text helpers its error
+// messages share with the client.
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "dashboard/detail/DashboardEndpoint.hpp"
+
+namespace tavreldi::detail {
+
+struct HttpRequest {
+  std::string method;  // "GET" or "POST"
+  std::string path;    // "/api/updateUserDashboard", without the base path
+  std::string body;    // sent as application/json when not empty
+};
+
+struct HttpAnswer {
+  int status = 0;
+  std::string body;
+};
+
+struct TransportSettings {
+  std::optional<std::string> bearerToken;
+  std::chrono::milliseconds timeout{0};
+  std::optional<std::string> caFile;
+};
+
+/// Sends `request` and waits for the answer, whatever its status. Blocks; call it on a worker
+/// thread. Throws DashboardError(transport) when no answer arrives; the message names the
+/// method and URL and never holds the token.
+[[nodiscard]] HttpAnswer sendHttpRequest(const DashboardEndpoint& endpoint,
+                                         const TransportSettings& settings,
+                                         const HttpRequest& request);
+
+/// `text` with every occurrence of `secret` replaced by "[redacted]".
+[[nodiscard]] std::string redact(std::string text, const std::optional<std::string>& secret);
+
+/// At most the first 200 characters of `body` on one line (line breaks and other control
+/// characters as blanks, never cutting a UTF-8 sequence), with "..." when cut.
+[[nodiscard]] std::string bodyExcerpt(std::string_view body);
+
+}  // namespace tavreldi::detail

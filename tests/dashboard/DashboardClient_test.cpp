@@ -1,0 +1,227 @@
+// The dashboard client against real servers on the loopback interface.
+
+#include "tavreldi/dashboard/DashboardClient.hpp"
+
+#include <gtest/gtest.h>
+
+#include <asio.hpp>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <thread>
+
+#include "support/AsyncTest.hpp"
+#include "support/LoopbackHttpServer.hpp"
+
+namespace tavreldi {
+namespace {
+
+using std::chrono::milliseconds;
+using testing::LoopbackHttpServer;
+using testing::ScriptedAnswer;
+using testing::TestCertificates;
+
+constexpr const char* kToken = "tok-9f8e7d6c5b4a";
+
+const std::string kDataJson = R"({"updatedAt": "2026-03-04T05:06:07.089Z", "totalNodes": 2,
+  "totalDependencies": 1, "healthScore": 91.25, "hasCircularDependencies": true,
+  "services": [{"id": "UserAPI", "scope": "singleton", "layer": 1}]})";
+
+DashboardConfig configFor(std::string url, int retryCount = 0) {
+  return DashboardConfig{std::move(url), kToken, milliseconds(5000), retryCount, std::nullopt};
+}
+
+DependencyGraph smallGraph() {
+  DependencyGraph graph;
+  graph.nodes.resize(1);
+  graph.nodes[0].id = "UserAPI";
+  graph.analysis.totalNodes = 1;
+  return graph;
+}
+
+class DashboardClientTest : public testing::AsyncTest {
+ protected:
+  /// Runs `operation`, expecting a DashboardError of `kind` whose text holds `part` and never
+  /// the token; returns the error's text.
+  template <class T>
+  std::string failure(asio::awaitable<T> operation, DashboardErrorKind kind,
+                      const std::string& part) {
+    try {
+      (void)run(std::move(operation));
+    } catch (const DashboardError& error) {
+      return check(error, kind, part);
+    }
+    ADD_FAILURE() << "no DashboardError";
+    return {};
+  }
+
+  static std::string check(const DashboardError& error, DashboardErrorKind kind,
+                           const std::string& part) {
+    const std::string text = error.what();
+    EXPECT_EQ(error.kind(), kind) << text;
+    EXPECT_NE(text.find(part), std::string::npos) << text;
+    EXPECT_EQ(text.find(kToken), std::string::npos) << text;
+    return text;
+  }
+};
+
+TEST_F(DashboardClientTest, UploadPostsTheSummaryOnceWithTokenAndJsonType) {
+  LoopbackHttpServer server({{201, R"({"ok":true})"}});
+  const DashboardClient client(configFor(server.url() + "/tenant-7/"));
+  DashboardSummary summary = makeDashboardSummary(smallGraph(), std::chrono::system_clock::now());
+  const DashboardUploadResult result = run(client.uploadSummary(summary));
+  EXPECT_EQ(result.status, 201);
+  EXPECT_EQ(result.responseBody, R"({"ok":true})");
+  EXPECT_EQ(result.summary, summary);
+
+  (void)run(client.uploadSummary(smallGraph()));
+  const auto requests = server.requests();
+  ASSERT_EQ(requests.size(), 2U);
+  for (const auto& request : requests) {
+    EXPECT_EQ(request.method, "POST");
+    EXPECT_EQ(request.path, "/tenant-7/api/updateUserDashboard");
+    EXPECT_EQ(request.header("Authorization"), std::string("Bearer ") + kToken);
+    EXPECT_EQ(request.header("Content-Type"), "application/json");
+  }
+  EXPECT_EQ(nlohmann::json::parse(requests[0].body), nlohmann::json(summary));
+  const auto sent = nlohmann::json::parse(requests[1].body).get<DashboardSummary>();
+  EXPECT_EQ(sent.nodes, summary.nodes);
+  EXPECT_EQ(sent.analysis, summary.analysis);
+}
+
+TEST_F(DashboardClientTest, FetchDecodesTheDataOffTheCallersThreadEvenAfterTheClientIsGone) {
+  // The answer waits until the caller's thread, still free, releases it.
+  LoopbackHttpServer server({{200, kDataJson, milliseconds(10'000)}});
+  // The operation outlives the client that started it.
+  auto client = std::make_unique<DashboardClient>(configFor(server.url()));
+  asio::awaitable<DashboardData> operation = client->fetchDashboardData();
+  client.reset();
+  bool releasedWhilePending = false;
+  std::thread::id resumedOn;
+  auto fetch = [&]() -> asio::awaitable<DashboardData> {
+    DashboardData data = co_await std::move(operation);
+    resumedOn = std::this_thread::get_id();
+    co_return data;
+  };
+  auto releaser = [&]() -> asio::awaitable<void> {
+    asio::steady_timer timer(co_await asio::this_coro::executor);
+    while (server.requests().empty()) {
+      timer.expires_after(milliseconds(5));
+      co_await timer.async_wait(asio::use_awaitable);
+    }
+    releasedWhilePending = true;
+    server.release();
+  };
+  asio::co_spawn(io, releaser(), asio::detached);
+  const DashboardData data = run(fetch());
+  EXPECT_TRUE(releasedWhilePending);
+  EXPECT_EQ(resumedOn, std::this_thread::get_id());
+  EXPECT_EQ(data, nlohmann::json::parse(kDataJson).get<DashboardData>());
+  const auto requests = server.requests();
+  ASSERT_EQ(requests.size(), 1U);
+  EXPECT_EQ(requests[0].method, "GET");
+  EXPECT_EQ(requests[0].path, "/getUserDashboardData");
+  EXPECT_EQ(requests[0].header("Authorization"), std::string("Bearer ") + kToken);
+}
+
+TEST_F(DashboardClientTest, HttpsVerifiesTheServerCertificate) {
+  const auto& certificates = TestCertificates::get();
+  LoopbackHttpServer server({{200, "{}"}}, certificates.serverCertificateFile,
+                            certificates.serverKeyFile);
+  DashboardConfig trusting = configFor(server.url());
+  trusting.caFile = certificates.caFile;
+  EXPECT_EQ(run(DashboardClient(trusting).uploadSummary(smallGraph())).status, 200);
+  ASSERT_EQ(server.requests().size(), 1U);
+
+  // Without the test CA the system's authorities do not vouch for the server.
+  failure(DashboardClient(configFor(server.url())).uploadSummary(smallGraph()),
+          DashboardErrorKind::transport,
+          "Dashboard request POST " + server.url() +
+              "/api/updateUserDashboard failed: the server certificate could not be verified: "
+              "unable to get local "
+              "issuer certificate (SSLServerVerification)");
+  EXPECT_EQ(server.requests().size(), 1U);
+}
+
+TEST_F(DashboardClientTest, StatusFailuresCarryStatusAndBodyStartAndRetryOnlyReads) {
+  // The body echoes the token: the message must still not show it.
+  const std::string body = std::string(kToken) + " " + std::string(250, 'x');
+  LoopbackHttpServer missing({{404, body}});
+  const std::string text = failure(
+      DashboardClient(configFor(missing.url(), 3)).fetchDashboardData(),
+      DashboardErrorKind::httpStatus,
+      "Dashboard request GET " + missing.url() + "/getUserDashboardData answered HTTP 404: ");
+  // The excerpt is the body's first 200 characters, with the token redacted.
+  EXPECT_EQ(text.substr(text.find(": ") + 2), "[redacted] " + std::string(200 - 17, 'x') + "...");
+  EXPECT_EQ(missing.requests().size(), 1U);  // 4xx is not retried
+
+  LoopbackHttpServer flaky({{500, "busy"}, {200, kDataJson}});
+  EXPECT_EQ(run(DashboardClient(configFor(flaky.url(), 1)).fetchDashboardData()).totalNodes, 2);
+  EXPECT_EQ(flaky.requests().size(), 2U);
+
+  LoopbackHttpServer failing({{500, "down"}});
+  try {
+    (void)run(DashboardClient(configFor(failing.url(), 3)).uploadSummary(smallGraph()));
+    ADD_FAILURE() << "upload succeeded";
+  } catch (const DashboardError& error) {
+    check(error, DashboardErrorKind::httpStatus, "answered HTTP 500: down");
+    EXPECT_EQ(error.status(), 500);
+  }
+  EXPECT_EQ(failing.requests().size(), 1U);  // uploads are never repeated
+}
+
+TEST_F(DashboardClientTest, TransportFailuresAndUndecodableAnswers) {
+  LoopbackHttpServer slow({{200, kDataJson, milliseconds(10'000)}});
+  DashboardConfig impatient = configFor(slow.url());
+  impatient.timeout = milliseconds(200);
+  failure(DashboardClient(impatient).fetchDashboardData(), DashboardErrorKind::transport,
+          "/getUserDashboardData failed: no complete answer could be read (Read), timed out "
+          "after 200 ms");
+  slow.stop();
+
+  LoopbackHttpServer closed({{200, "{}"}});
+  const std::string closedUrl = closed.url();
+  closed.stop();
+  failure(DashboardClient(configFor(closedUrl, 1)).fetchDashboardData(),
+          DashboardErrorKind::transport,
+          "Dashboard request GET " + closedUrl +
+              "/getUserDashboardData failed: could not connect to the server (Connection)");
+
+  nlohmann::json incomplete = nlohmann::json::parse(kDataJson);
+  incomplete.erase("totalNodes");
+  LoopbackHttpServer wrong({{200, incomplete.dump()}, {200, std::string("{") + kToken}});
+  const DashboardClient client(configFor(wrong.url()));
+  failure(client.fetchDashboardData(), DashboardErrorKind::decoding,
+          "Dashboard answer to GET " + wrong.url() +
+              "/getUserDashboardData does not decode: Key not found: \"totalNodes\"");
+  failure(client.fetchDashboardData(), DashboardErrorKind::decoding,
+          "does not decode: not JSON: parse error at line 1, column 3");
+}
+
+TEST_F(DashboardClientTest, RefusesBadConfigurationBeforeSendingAnything) {
+  const auto refused = [](DashboardConfig config, const std::string& part) {
+    try {
+      const DashboardClient client(std::move(config));
+      ADD_FAILURE() << "accepted";
+    } catch (const DashboardError& error) {
+      check(error, DashboardErrorKind::invalidConfiguration, part);
+    }
+  };
+  // Refused while parsing the URL: no name lookup, no socket.
+  refused(configFor("http://example.com"),
+          "Invalid dashboard configuration: HTTPS is required: \"http://example.com\"");
+  refused(configFor("not a url"), "must start with https://");
+  DashboardConfig config = configFor("https://example.com");
+  config.timeout = milliseconds(0);
+  refused(config, "the timeout must be positive, found 0 ms");
+  config = configFor("https://example.com", -1);
+  refused(config, "the retry count must be from 0 to 10, found -1");
+  config = configFor("https://example.com");
+  config.caFile = "/nonexistent/ca.pem";
+  refused(config, "cannot read the CA file \"/nonexistent/ca.pem\"");
+  config = configFor("https://example.com");
+  config.bearerToken = std::string(kToken) + "\r\nX-Injected: 1";
+  refused(config, "the bearer token contains a line break");
+}
+
+}  // namespace
+}  // namespace tavreldi
