@@ -1,9 +1,13 @@
 #include "tavreldi/visualization/DependencyVisualizer.hpp"
 
+#include <asio/bind_executor.hpp>
+#include <asio/dispatch.hpp>
 #include <asio/experimental/awaitable_operators.hpp>
+#include <asio/use_awaitable.hpp>
 #include <tuple>
 #include <utility>
 
+#include "tavreldi/core/AdvancedDIContainerImpl.hpp"
 #include "tavreldi/visualization/DiagramGenerators.hpp"
 
 namespace tavreldi {
@@ -92,6 +96,25 @@ asio::awaitable<std::string> DependencyVisualizer::renderJSON(Progress* progress
   std::string text = DiagramGenerators::generateJSONVisualization(graph, analysis);
   report(progress, 100);
   co_return text;
+}
+
+asio::awaitable<std::string> DependencyVisualizer::renderViewer(ViewerOptions options) {
+  const DependencyGraph graph = co_await container_->getDependencyGraph();
+  if (const auto impl = std::dynamic_pointer_cast<AdvancedDIContainerImpl>(container_)) {
+    // The figures below come from synchronous members, which run on the container's thread.
+    co_await asio::dispatch(asio::bind_executor(impl->executor(), asio::use_awaitable));
+    if (!options.cycleAnalysis) options.cycleAnalysis = impl->analyzeCircularDependencies();
+    for (const DependencyNode& node : graph.nodes) {
+      if (!options.measured.contains(node.id)) {
+        options.measured.emplace(node.id, impl->getServiceStatistics(node.id));
+      }
+    }
+    if (options.criticalPaths.empty()) {
+      options.criticalPaths = impl->createCriticalPaths(graph.nodes, graph.edges);
+    }
+    if (options.clusters.empty()) options.clusters = impl->createNodeClusters(graph.nodes);
+  }
+  co_return renderViewerPage(graph, graph.analysis, options);
 }
 
 }  // namespace tavreldi

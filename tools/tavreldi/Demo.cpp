@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <exception>
+#include <fstream>
 
 #include <asio/co_spawn.hpp>
 #include <asio/io_context.hpp>
@@ -13,6 +14,7 @@
 #include "tavreldi/core/ContainerFactory.hpp"
 #include "tavreldi/core/Errors.hpp"
 #include "tavreldi/telemetry/ConsoleDIAnalyticsProvider.hpp"
+#include "tavreldi/visualization/DependencyVisualizer.hpp"
 #include "tavreldi/visualization/DiagramGenerators.hpp"
 
 namespace demo {
@@ -69,7 +71,24 @@ asio::awaitable<int> runSample(asio::any_io_executor executor, DemoOptions optio
       "circular and layered too; `tavreldi render` does the same from a saved graph.\n");
   const auto metrics = co_await container->getPerformanceMetrics();
   fmt::print("\n{}\n", metrics.description());
-  (void)options;
+
+  if (options.htmlPath) {
+    tavreldi::DependencyVisualizer visualizer(
+        container, tavreldi::VisualizationConfig{tavreldi::VisualizationType::mermaid,
+                                                 tavreldi::OutputFormat::html, true, true, true,
+                                                 true, true, true, 5, true, false, false});
+    tavreldi::ViewerOptions viewer;
+    viewer.title = "TavrelDI sample app";
+    const std::string page = co_await visualizer.renderViewer(std::move(viewer));
+    std::ofstream out(*options.htmlPath, std::ios::binary | std::ios::trunc);
+    out << page;
+    out.close();
+    if (!out) {
+      fmt::print(stderr, "tavreldi demo: cannot write {}\n", *options.htmlPath);
+      co_return 1;
+    }
+    fmt::print("\nViewer page written to {}\n", *options.htmlPath);
+  }
   co_return 0;
 }
 

@@ -9,6 +9,7 @@
 
 #include "tavreldi/core/AdvancedDIContainer.hpp"
 #include "tavreldi/visualization/Progress.hpp"
+#include "tavreldi/visualization/ViewerPage.hpp"
 #include "tavreldi/visualization/VisualizationModel.hpp"
 
 namespace tavreldi {
@@ -38,6 +39,12 @@ class DependencyVisualizer {
   /// the returned awaitable.
   [[nodiscard]] virtual asio::awaitable<std::string> visualizeAsync(VisualizationType type,
                                                                     Progress* progress);
+  /// Returns the interactive viewer page (see `renderViewerPage`) of the container's current
+  /// graph with its embedded analysis. When the container is an `AdvancedDIContainerImpl`,
+  /// fills in what `options` leaves empty from the container, on its thread: the detailed cycle
+  /// analysis, the measured figures of every node, the critical paths and the clusters. The
+  /// tree diagram uses `options.treeMaxDepth`, not the configuration's depth.
+  [[nodiscard]] asio::awaitable<std::string> renderViewer(ViewerOptions options);
 
   /// Returns the container being drawn.
   [[nodiscard]] const std::shared_ptr<AdvancedDIContainer>& container() const noexcept {
