@@ -4,15 +4,15 @@
 // written as JSON:
 //   tavreldi-bench --benchmark_out=bench.json --benchmark_out_format=json > /dev/null
 
+#include <benchmark/benchmark.h>
+
+#include <asio.hpp>
 #include <deque>
 #include <memory>
 #include <random>
 #include <string>
 #include <typeindex>
 #include <unordered_map>
-
-#include <asio.hpp>
-#include <benchmark/benchmark.h>
 
 #include "core/detail/ContainerState.hpp"
 #include "tavreldi/core/AdvancedDIContainerImpl.hpp"
@@ -51,8 +51,8 @@ T runOn(asio::io_context& io, asio::awaitable<T> awaitable) {
 }
 
 std::shared_ptr<AdvancedDIContainerImpl> makeContainer(asio::io_context& io, bool withProvider) {
-  auto container = std::make_shared<AdvancedDIContainerImpl>(DIContainerConfig::strict(),
-                                                             io.get_executor());
+  auto container =
+      std::make_shared<AdvancedDIContainerImpl>(DIContainerConfig::strict(), io.get_executor());
   if (withProvider) container->configureAnalytics(std::make_shared<NullProvider>());
   return container;
 }
@@ -61,10 +61,12 @@ void registerChain(AdvancedDIContainer& c, DependencyScope scope) {
   c.registerSync<Leaf>(scope, [](AdvancedDIContainer&) { return std::make_shared<Leaf>(); });
   c.registerAsync<Middle>(scope,
                           [](AdvancedDIContainer& c) -> asio::awaitable<std::shared_ptr<Middle>> {
-                            co_return std::make_shared<Middle>(Middle{co_await c.resolve<Leaf>()});
+                            auto leaf = co_await c.resolve<Leaf>();
+                            co_return std::make_shared<Middle>(Middle{leaf});
                           });
   c.registerAsync<Top>(scope, [](AdvancedDIContainer& c) -> asio::awaitable<std::shared_ptr<Top>> {
-    co_return std::make_shared<Top>(Top{co_await c.resolve<Middle>()});
+    auto middle = co_await c.resolve<Middle>();
+    co_return std::make_shared<Top>(Top{middle});
   });
 }
 
@@ -169,11 +171,10 @@ class GeneratedApp {
                                     : layer == 3 ? DependencyScope::transient
                                     : layer == 2 ? DependencyScope::scoped
                                                  : DependencyScope::singleton;
-      container->registerFactory(
-          keys_.back(), scope, tavreldi::DependencyLifetime::application,
-          tavreldi::FactoryType::sync([](AdvancedDIContainer&) {
-            return tavreldi::AnyInstance::of(std::make_shared<Generated>());
-          }));
+      container->registerFactory(keys_.back(), scope, tavreldi::DependencyLifetime::application,
+                                 tavreldi::FactoryType::sync([](AdvancedDIContainer&) {
+                                   return tavreldi::AnyInstance::of(std::make_shared<Generated>());
+                                 }));
     }
     auto& state = container->state();
     std::mt19937 random(42);
@@ -258,8 +259,7 @@ void BM_MemoryPerRegistration(benchmark::State& state) {
     const auto before = probe->getMemoryUsage();
     GeneratedApp app(io, 100'000);
     const auto after = probe->getMemoryUsage();
-    state.counters["bytes_per_registration"] =
-        static_cast<double>(after - before) / 100'000.0;
+    state.counters["bytes_per_registration"] = static_cast<double>(after - before) / 100'000.0;
   }
 }
 BENCHMARK(BM_MemoryPerRegistration)->Iterations(1)->Unit(benchmark::kMillisecond);

@@ -1,7 +1,6 @@
+#include <asio.hpp>
 #include <memory>
 #include <string>
-
-#include <asio.hpp>
 #include <tavreldi/tavreldi.hpp>
 
 struct Logger {
@@ -17,14 +16,14 @@ std::string quickstart() {
   auto container = std::make_shared<tavreldi::AdvancedDIContainerImpl>(
       tavreldi::DIContainerConfig::strict(), io.get_executor());
 
-  container->registerSync<Logger>(tavreldi::DependencyScope::singleton,
-                                  [](tavreldi::AdvancedDIContainer&) {
-                                    return std::make_shared<Logger>();
-                                  });
+  container->registerSync<Logger>(
+      tavreldi::DependencyScope::singleton,
+      [](tavreldi::AdvancedDIContainer&) { return std::make_shared<Logger>(); });
   container->registerAsync<Greeter>(
       tavreldi::DependencyScope::transient,
       [](tavreldi::AdvancedDIContainer& c) -> asio::awaitable<std::shared_ptr<Greeter>> {
-        co_return std::make_shared<Greeter>(Greeter{co_await c.resolve<Logger>()});
+        auto logger = co_await c.resolve<Logger>();
+        co_return std::make_shared<Greeter>(Greeter{logger});
       });
 
   auto greeter = asio::co_spawn(io, container->resolve<Greeter>(), asio::use_future);

@@ -38,4 +38,5 @@
 #include "tavreldi/visualization/DependencyVisualizer.hpp"
 #include "tavreldi/visualization/DiagramGenerators.hpp"
 #include "tavreldi/visualization/Progress.hpp"
+#include "tavreldi/visualization/ViewerPage.hpp"
 #include "tavreldi/visualization/VisualizationModel.hpp"

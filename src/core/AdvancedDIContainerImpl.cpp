@@ -2,16 +2,16 @@
 
 #include "tavreldi/core/AdvancedDIContainerImpl.hpp"
 
-#include <algorithm>
-#include <chrono>
-#include <exception>
-#include <stdexcept>
+#include <fmt/format.h>
 
+#include <algorithm>
 #include <asio/bind_executor.hpp>
 #include <asio/dispatch.hpp>
 #include <asio/post.hpp>
 #include <asio/use_awaitable.hpp>
-#include <fmt/format.h>
+#include <chrono>
+#include <exception>
+#include <stdexcept>
 
 #include "core/detail/ContainerState.hpp"
 #include "core/detail/Output.hpp"
@@ -98,13 +98,12 @@ asio::awaitable<AnyInstance> createInstance(AdvancedDIContainerImpl& self, Slot&
   // A C++ factory can hand back an empty pointer; caching or returning it would only move the
   // failure to the caller's first use, so it fails here.
   if (!instance) {
-    throw DependencyResolutionError::factoryError("Factory returned no instance for " +
-                                                  slot.name);
+    throw DependencyResolutionError::factoryError("Factory returned no instance for " + slot.name);
   }
   if (key != nullptr && !matches(instance, key)) {
-    throw DependencyResolutionError::typeMismatch(
-        fmt::format("Factory returned {} but expected {}", detail::demangle(*instance.type),
-                    key->qualifiedName));
+    throw DependencyResolutionError::typeMismatch(fmt::format("Factory returned {} but expected {}",
+                                                              detail::demangle(*instance.type),
+                                                              key->qualifiedName));
   }
   co_return instance;
 }
@@ -131,8 +130,8 @@ asio::awaitable<AnyInstance> resolveCore(AdvancedDIContainerImpl& self, const Se
       cycle.push_back(n);
       if (DIAnalyticsProvider* provider = s.attachments->provider.get()) {
         const CircularDependencyException report("Circular dependency detected", cycle);
-        provider->trackError(report, ParameterMap{{"cycle", AnalyticsValue(cycle)},
-                                                  {"component", kComponent}});
+        provider->trackError(
+            report, ParameterMap{{"cycle", AnalyticsValue(cycle)}, {"component", kComponent}});
       }
       auto message = fmt::format("Circular dependency detected: {}", fmt::join(cycle, " -> "));
       throw CircularDependencyException(std::move(message), std::move(cycle));
@@ -181,7 +180,8 @@ asio::awaitable<AnyInstance> resolveCore(AdvancedDIContainerImpl& self, const Se
         break;
       case DependencyScope::scoped:
         if (caching) {
-          if (const AnyInstance* cached = scopedCacheEntry(s, slot); cached && matches(*cached, key)) {
+          if (const AnyInstance* cached = scopedCacheEntry(s, slot);
+              cached && matches(*cached, key)) {
             countHit(s, slot);
             instance = *cached;
             break;
@@ -271,9 +271,7 @@ std::optional<DICrashlyticsConfig> AdvancedDIContainerImpl::crashlyticsConfig() 
   return state_->attachments->crashlytics;
 }
 
-const DIContainerConfig& AdvancedDIContainerImpl::config() const noexcept {
-  return state_->config;
-}
+const DIContainerConfig& AdvancedDIContainerImpl::config() const noexcept { return state_->config; }
 
 const asio::any_io_executor& AdvancedDIContainerImpl::executor() const noexcept {
   return state_->executor;
@@ -308,10 +306,9 @@ void AdvancedDIContainerImpl::registerFactory(const ServiceKey& key, DependencyS
   // The event goes out from a task of its own, which reads the provider when it runs.
   asio::post(s.executor, [attachments = s.attachments, name = slot.name, scope, lifetime] {
     if (DIAnalyticsProvider* provider = attachments->provider.get()) {
-      provider->trackEvent("dependency_registered",
-                           ParameterMap{{"type", name},
-                                        {"scope", toString(scope)},
-                                        {"lifetime", toString(lifetime)}});
+      provider->trackEvent("dependency_registered", ParameterMap{{"type", name},
+                                                                 {"scope", toString(scope)},
+                                                                 {"lifetime", toString(lifetime)}});
     }
   });
   printLine("🔧 Registered ", slot.name, " with scope: ", toString(scope), " and dependencies: []");
@@ -374,11 +371,11 @@ AnyInstance AdvancedDIContainerImpl::resolveInstanceSync(const ServiceKey& key) 
       return *cached;
     }
   }
-  throw DependencyResolutionError::factoryError("Instance not available for synchronous resolution");
+  throw DependencyResolutionError::factoryError(
+      "Instance not available for synchronous resolution");
 }
 
-void AdvancedDIContainerImpl::runOnContainerThread(
-    std::function<void(AdvancedDIContainer&)> task) {
+void AdvancedDIContainerImpl::runOnContainerThread(std::function<void(AdvancedDIContainer&)> task) {
   asio::post(state_->executor, [attachments = state_->attachments, this, task = std::move(task)] {
     if (attachments->alive) task(*this);
   });
@@ -424,8 +421,8 @@ ServiceStatistics AdvancedDIContainerImpl::getServiceStatistics(std::string_view
     statistics.latestResolutionTime = slot->latestResolutionTime;
     if (slot->lastResolved) {
       const auto age = Clock::now() - *slot->lastResolved;
-      statistics.lastResolved = std::chrono::time_point_cast<Timestamp::duration>(
-          std::chrono::system_clock::now() - age);
+      statistics.lastResolved =
+          std::chrono::time_point_cast<Timestamp::duration>(std::chrono::system_clock::now() - age);
     }
   }
   return statistics;

@@ -1,16 +1,14 @@
 #include "tavreldi/core/DependencyMetadata.hpp"
 
-#include <functional>
-
 #include <fmt/format.h>
+
+#include <functional>
 
 #include "core/detail/Json.hpp"
 
 namespace tavreldi {
 
-bool DependencyMetadata::canBeCached() const noexcept {
-  return supportsCaching(scope) && !isLazy;
-}
+bool DependencyMetadata::canBeCached() const noexcept { return supportsCaching(scope) && !isLazy; }
 
 bool DependencyMetadata::shouldPreload() const noexcept {
   return scope == DependencyScope::singleton && !isLazy;

@@ -80,7 +80,8 @@ DependencyResolutionError dependencyResolutionErrorFromJson(const nlohmann::json
   const auto& key = json.begin().key();
   const auto kind = fromString<ResolutionErrorKind>(key);
   if (!kind) {
-    throw DecodingError("Key not found: \"" + key + "\" is not a case of DependencyResolutionError");
+    throw DecodingError("Key not found: \"" + key +
+                        "\" is not a case of DependencyResolutionError");
   }
   const auto& payload = json.begin().value();
   detail::requireObject(payload, key);

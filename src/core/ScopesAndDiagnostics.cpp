@@ -1,10 +1,10 @@
 // Scopes, cleanup, debug listings and the performance snapshot.
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <limits>
-
-#include <unistd.h>
 
 #ifdef __APPLE__
 #include <mach/mach.h>
@@ -65,7 +65,7 @@ void AdvancedDIContainerImpl::debugPrintMetadata() const {
   printLine("🔍 DEBUG: Current container metadata:");
   for (const Slot* slot : state_->registryOrder) {
     printFormatted("  - {}: scope={}, lifetime={}", slot->name, toString(slot->metadata->scope),
-              toString(slot->metadata->lifetime));
+                   toString(slot->metadata->lifetime));
   }
 }
 
@@ -73,7 +73,8 @@ void AdvancedDIContainerImpl::debugPrintFactories() const {
   state_->requireHomeThread("debugPrintFactories");
   printLine("🔍 DEBUG: Current container factories:");
   for (const Slot* slot : state_->factoryOrder) {
-    printFormatted("  - {}: {}", slot->name, slot->factory.isAsync() ? "async factory" : "sync factory");
+    printFormatted("  - {}: {}", slot->name,
+                   slot->factory.isAsync() ? "async factory" : "sync factory");
   }
 }
 

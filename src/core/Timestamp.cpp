@@ -1,9 +1,9 @@
 #include "tavreldi/core/Timestamp.hpp"
 
-#include <cstdio>
-
 #include <fmt/chrono.h>
 #include <fmt/format.h>
+
+#include <cstdio>
 
 namespace tavreldi {
 namespace {

@@ -1,10 +1,10 @@
 #include "tavreldi/core/TypeName.hpp"
 
+#include <cxxabi.h>
+
 #include <atomic>
 #include <cstdlib>
 #include <memory>
-
-#include <cxxabi.h>
 
 namespace tavreldi::detail {
 

@@ -1,7 +1,7 @@
-#include <unordered_set>
-
 #include <gtest/gtest.h>
+
 #include <nlohmann/json.hpp>
+#include <unordered_set>
 
 #include "support/SampleServices.hpp"
 #include "tavreldi/core/DIContainerConfig.hpp"
@@ -107,9 +107,8 @@ TEST(DependencyMetadataTest, JsonFormAndStrictDecoding) {
   std::vector<std::string> keys;
   for (const auto& [key, value] : json.items()) keys.push_back(key);
   std::sort(keys.begin(), keys.end());
-  EXPECT_EQ(keys, (std::vector<std::string>{"customData", "dependencies", "isLazy",
-                                            "isThreadSafe", "lifetime", "priority",
-                                            "registrationTime", "scope",
+  EXPECT_EQ(keys, (std::vector<std::string>{"customData", "dependencies", "isLazy", "isThreadSafe",
+                                            "lifetime", "priority", "registrationTime", "scope",
                                             "supportsCircularDetection", "tags", "threadSafety",
                                             "typeName"}));
   EXPECT_EQ(json["registrationTime"], "2026-11-22T10:15:30.123Z");
@@ -152,12 +151,13 @@ TEST(Errors, DescriptionsOfEveryCase) {
 
 TEST(Errors, JsonRoundTripAndDecodingFailures) {
   using E = DependencyResolutionError;
-  EXPECT_EQ(nlohmann::json(E::notRegistered("A")), nlohmann::json::parse(R"({"notRegistered":{"_0":"A"}})"));
+  EXPECT_EQ(nlohmann::json(E::notRegistered("A")),
+            nlohmann::json::parse(R"({"notRegistered":{"_0":"A"}})"));
   EXPECT_EQ(nlohmann::json(E::circularDependency({"A", "B"})),
             nlohmann::json::parse(R"({"circularDependency":{"_0":["A","B"]}})"));
-  for (const auto& error : {E::notRegistered("A"), E::circularDependency({"A", "B", "A"}),
-                            E::scopeNotFound("s"), E::factoryError("f"), E::validationError("v"),
-                            E::typeMismatch("t")}) {
+  for (const auto& error :
+       {E::notRegistered("A"), E::circularDependency({"A", "B", "A"}), E::scopeNotFound("s"),
+        E::factoryError("f"), E::validationError("v"), E::typeMismatch("t")}) {
     const auto decoded = dependencyResolutionErrorFromJson(nlohmann::json(error));
     EXPECT_EQ(decoded, error);
     EXPECT_STREQ(decoded.what(), error.what());
@@ -180,8 +180,9 @@ TEST(Errors, JsonRoundTripAndDecodingFailures) {
   const nlohmann::json json = exception;
   EXPECT_EQ(json, nlohmann::json::parse(R"({"message":"M","cycle":["A","B"]})"));
   EXPECT_EQ(circularDependencyExceptionFromJson(json), exception);
-  EXPECT_THROW((void)circularDependencyExceptionFromJson(nlohmann::json::parse(R"({"message":"M"})")),
-               DecodingError);
+  EXPECT_THROW(
+      (void)circularDependencyExceptionFromJson(nlohmann::json::parse(R"({"message":"M"})")),
+      DecodingError);
 }
 
 TEST(ContainerConfig, PresetsAsTabled) {
@@ -210,8 +211,7 @@ TEST(TypeNames, NamespacesStrippedInEveryComponent) {
   EXPECT_EQ(typeName<int>(), "int");
   EXPECT_EQ(serviceKey<sample::Logger>().qualifiedName, "sample::Logger");
   EXPECT_EQ(detail::stripNamespaces("(anonymous namespace)::Hidden"), "Hidden");
-  EXPECT_EQ(detail::stripNamespaces("a::b::Outer<c::Inner<d::X>, e::Y*>"),
-            "Outer<Inner<X>, Y*>");
+  EXPECT_EQ(detail::stripNamespaces("a::b::Outer<c::Inner<d::X>, e::Y*>"), "Outer<Inner<X>, Y*>");
   // Same unqualified name, different types: same service name, different keys.
   EXPECT_EQ(typeName<other::Logger>(), typeName<sample::Logger>());
   EXPECT_NE(serviceKey<other::Logger>().id, serviceKey<sample::Logger>().id);

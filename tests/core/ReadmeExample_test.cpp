@@ -1,9 +1,9 @@
 // Compiles and runs the README's usage example, and checks that the README shows it verbatim.
 
+#include <gtest/gtest.h>
+
 #include <fstream>
 #include <sstream>
-
-#include <gtest/gtest.h>
 
 #include "tavreldi/core/LineWriter.hpp"
 

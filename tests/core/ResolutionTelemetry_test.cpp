@@ -21,7 +21,8 @@ class ResolutionTelemetry : public testing::AsyncTest {
     container->registerAsync<UserAPI>(
         DependencyScope::singleton, DependencyLifetime::session,
         [](AdvancedDIContainer& c) -> asio::awaitable<std::shared_ptr<UserAPI>> {
-          co_return std::make_shared<UserAPI>(UserAPI{co_await c.resolve<Logger>()});
+          auto logger = co_await c.resolve<Logger>();
+          co_return std::make_shared<UserAPI>(UserAPI{logger});
         });
     container->registerSync<Logger>(DependencyScope::transient, [](AdvancedDIContainer&) {
       return std::make_shared<Logger>();
@@ -41,12 +42,11 @@ TEST_F(ResolutionTelemetry, RegistrationEventsReadTheProviderWhenTheyRun) {
   const auto events = recording->events();
   ASSERT_EQ(events.size(), 2u);
   EXPECT_EQ(events[0].name, "dependency_registered");
-  EXPECT_EQ(events[0].parameters, (ParameterMap{{"type", "UserAPI"},
-                                                {"scope", "singleton"},
-                                                {"lifetime", "session"}}));
-  EXPECT_EQ(events[1].parameters, (ParameterMap{{"type", "Logger"},
-                                                {"scope", "transient"},
-                                                {"lifetime", "application"}}));
+  EXPECT_EQ(events[0].parameters,
+            (ParameterMap{{"type", "UserAPI"}, {"scope", "singleton"}, {"lifetime", "session"}}));
+  EXPECT_EQ(
+      events[1].parameters,
+      (ParameterMap{{"type", "Logger"}, {"scope", "transient"}, {"lifetime", "application"}}));
 }
 
 TEST_F(ResolutionTelemetry, ResolutionEventsInOrderWithTheirParameters) {
@@ -81,22 +81,21 @@ TEST_F(ResolutionTelemetry, ResolutionEventsInOrderWithTheirParameters) {
 TEST_F(ResolutionTelemetry, FailuresAndCyclesAreReportedWithContext) {
   drain();
   container->configureAnalytics(recording);
-  container->registerSync<Logger>(DependencyScope::scoped, DependencyLifetime::request,
-                                  [](AdvancedDIContainer&) -> std::shared_ptr<Logger> {
-                                    throw std::runtime_error("no disk");
-                                  });
+  container->registerSync<Logger>(
+      DependencyScope::scoped, DependencyLifetime::request,
+      [](AdvancedDIContainer&) -> std::shared_ptr<Logger> { throw std::runtime_error("no disk"); });
   drain();
   recording->clear();
   EXPECT_THROW((void)run(container->resolve<UserAPI>()), std::runtime_error);
   const auto errors = recording->errors();
   ASSERT_EQ(errors.size(), 2u);  // Logger fails, then UserAPI whose factory it was in
   EXPECT_EQ(errors[0].description, "no disk");
-  EXPECT_EQ(errors[0].context, (ParameterMap{{"dependency_type", "Logger"},
-                                             {"scope", "scoped"},
-                                             {"lifetime", "request"},
-                                             {"resolution_stack",
-                                              std::vector<std::string>{"UserAPI", "Logger"}},
-                                             {"component", "TavrelDI"}}));
+  EXPECT_EQ(errors[0].context,
+            (ParameterMap{{"dependency_type", "Logger"},
+                          {"scope", "scoped"},
+                          {"lifetime", "request"},
+                          {"resolution_stack", std::vector<std::string>{"UserAPI", "Logger"}},
+                          {"component", "TavrelDI"}}));
   EXPECT_EQ(errors[1].context->find("resolution_stack")->toString(), "[\"UserAPI\"]");
 
   container->registerAsync<CycleA>(

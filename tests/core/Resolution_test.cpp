@@ -1,7 +1,7 @@
-#include <thread>
+#include <gtest/gtest.h>
 
 #include <asio/steady_timer.hpp>
-#include <gtest/gtest.h>
+#include <thread>
 
 #include "support/AsyncTest.hpp"
 #include "support/SampleServices.hpp"
@@ -30,11 +30,10 @@ class Resolution : public testing::AsyncTest {
           auto logger = co_await c.resolve<Logger>();
           co_return std::make_shared<UserAPI>(UserAPI{logger});
         });
-    c.registerSync<Logger>(DependencyScope::transient,
-                           [this](AdvancedDIContainer&) {
-                             ++loggersMade;
-                             return std::make_shared<Logger>();
-                           });
+    c.registerSync<Logger>(DependencyScope::transient, [this](AdvancedDIContainer&) {
+      ++loggersMade;
+      return std::make_shared<Logger>();
+    });
   }
   int loggersMade = 0;
 };
@@ -83,25 +82,19 @@ TEST_F(Resolution, ThreeLevelChainLinesAndDependencyMap) {
   LineRecorder recorder;
   const auto repository = run(c->resolve<UserRepository>());
   ASSERT_TRUE(repository && repository->api && repository->api->logger);
-  EXPECT_EQ(normaliseDurations(recorder.lines()),
-            (Lines{"🔍 Resolving: UserRepository",
-                   "🔄 resolveSingleton called for: UserRepository",
-                   "   🔄 Creating new instance for: UserRepository",
-                   "🔍 Resolving: UserAPI",
-                   "🔗 Dependency tracked: UserRepository -> UserAPI",
-                   "🔄 resolveSingleton called for: UserAPI",
-                   "   🔄 Creating new instance for: UserAPI",
-                   "🔍 Resolving: Logger",
-                   "🔗 Dependency tracked: UserAPI -> Logger",
-                   "✅ Resolved: Logger (took T)",
-                   "   💾 Caching instance for: UserAPI",
-                   "   ✅ Instance cached successfully for: UserAPI",
-                   "✅ Resolved: UserAPI (took T)",
-                   "   💾 Caching instance for: UserRepository",
-                   "   ✅ Instance cached successfully for: UserRepository",
-                   "✅ Resolved: UserRepository (took T)"}));
-  const DependencyMap expected(
-      {{"UserRepository", {"UserAPI"}}, {"UserAPI", {"Logger"}}});
+  EXPECT_EQ(
+      normaliseDurations(recorder.lines()),
+      (Lines{"🔍 Resolving: UserRepository", "🔄 resolveSingleton called for: UserRepository",
+             "   🔄 Creating new instance for: UserRepository", "🔍 Resolving: UserAPI",
+             "🔗 Dependency tracked: UserRepository -> UserAPI",
+             "🔄 resolveSingleton called for: UserAPI", "   🔄 Creating new instance for: UserAPI",
+             "🔍 Resolving: Logger", "🔗 Dependency tracked: UserAPI -> Logger",
+             "✅ Resolved: Logger (took T)", "   💾 Caching instance for: UserAPI",
+             "   ✅ Instance cached successfully for: UserAPI", "✅ Resolved: UserAPI (took T)",
+             "   💾 Caching instance for: UserRepository",
+             "   ✅ Instance cached successfully for: UserRepository",
+             "✅ Resolved: UserRepository (took T)"}));
+  const DependencyMap expected({{"UserRepository", {"UserAPI"}}, {"UserAPI", {"Logger"}}});
   EXPECT_EQ(c->getDependencyMap(), expected);
 
   // Served from the cache: same object, no new edges, one hit.
@@ -109,8 +102,7 @@ TEST_F(Resolution, ThreeLevelChainLinesAndDependencyMap) {
   const auto again = run(c->resolve<UserRepository>());
   EXPECT_EQ(again, repository);
   EXPECT_EQ(normaliseDurations(recorder.lines()),
-            (Lines{"🔍 Resolving: UserRepository",
-                   "🔄 resolveSingleton called for: UserRepository",
+            (Lines{"🔍 Resolving: UserRepository", "🔄 resolveSingleton called for: UserRepository",
                    "   ✅ Found cached instance for: UserRepository",
                    "✅ Resolved: UserRepository (took T)"}));
   EXPECT_EQ(c->getDependencyMap(), expected);
@@ -146,8 +138,8 @@ TEST_F(Resolution, EdgesAreRecordedOnlyTowardsUncachedDependencies) {
 struct CachingCase {
   DependencyScope scope;
   bool caching;
-  bool reused;       // a second resolve returns the first instance
-  bool syncWorks;    // resolveSync hands out the cached instance
+  bool reused;     // a second resolve returns the first instance
+  bool syncWorks;  // resolveSync hands out the cached instance
 };
 
 class CachingByScope : public testing::AsyncTest,
@@ -210,8 +202,9 @@ TEST_F(Resolution, ScopedInstancesLiveInTheirScope) {
   run(c->createScope("default"));  // recreating drops what the scope held
   run(c->disposeScope("request-1"));
   run(c->disposeScope("never-made"));
-  EXPECT_EQ(recorder.lines(), (Lines{"🔧 Created scope: default", "🗑️ Disposed scope: request-1",
-                                     "🗑️ Disposed scope: never-made"}));
+  EXPECT_EQ(recorder.lines(),
+            (Lines{"🔧 Created scope: default", "🗑️ Disposed scope: request-1",
+                   "🗑️ Disposed scope: never-made"}));
   EXPECT_THROW((void)c->resolveSync<Logger>(), DependencyResolutionError);
   run(c->setCurrentScope("request-1"));
   EXPECT_NE(run(c->resolve<Logger>()), inRequest);
@@ -230,9 +223,8 @@ TEST_F(Resolution, FailuresRestoreTheStackAndPrintTheirLine) {
   c->registerSync<other::Logger>(DependencyScope::singleton, [](AdvancedDIContainer&) {
     return std::make_shared<other::Logger>();
   });
-  c->registerSync<CycleA>(DependencyScope::transient, [](AdvancedDIContainer&) {
-    return std::make_shared<CycleA>();
-  });
+  c->registerSync<CycleA>(DependencyScope::transient,
+                          [](AdvancedDIContainer&) { return std::make_shared<CycleA>(); });
 
   LineRecorder recorder;
   try {
@@ -306,11 +298,12 @@ TEST_F(Resolution, CyclesAreCaughtOnBothPaths) {
   EXPECT_EQ(c->getDependencyMap().find("CycleB"), nullptr);
 
   // The synchronous path reports the whole stack.
-  c->registerAsync<UserAPI>(DependencyScope::singleton,
-                            [](AdvancedDIContainer& c) -> asio::awaitable<std::shared_ptr<UserAPI>> {
-                              (void)co_await c.resolve<Logger>();
-                              co_return std::make_shared<UserAPI>();
-                            });
+  c->registerAsync<UserAPI>(
+      DependencyScope::singleton,
+      [](AdvancedDIContainer& c) -> asio::awaitable<std::shared_ptr<UserAPI>> {
+        (void)co_await c.resolve<Logger>();
+        co_return std::make_shared<UserAPI>();
+      });
   c->registerSync<Logger>(DependencyScope::singleton, [](AdvancedDIContainer& c) {
     (void)c.resolveSync<UserAPI>();
     return std::make_shared<Logger>();
@@ -346,11 +339,10 @@ asio::awaitable<std::shared_ptr<UserAPI>> slowApi(AdvancedDIContainer& c) {
 TEST_F(Resolution, ResolveFromAnotherThreadRunsOnTheHomeThread) {
   auto c = makeContainer();
   std::thread::id factoryThread;
-  c->registerAsync<UserAPI>(DependencyScope::singleton,
-                            [&factoryThread](AdvancedDIContainer& c) {
-                              factoryThread = std::this_thread::get_id();
-                              return slowApi(c);
-                            });
+  c->registerAsync<UserAPI>(DependencyScope::singleton, [&factoryThread](AdvancedDIContainer& c) {
+    factoryThread = std::this_thread::get_id();
+    return slowApi(c);
+  });
   asio::thread_pool pool(1);
   auto future = asio::co_spawn(pool, c->resolve<UserAPI>(), asio::use_future);
   drive(future);

@@ -2,15 +2,15 @@
 
 // Runs container coroutines to completion on the test thread's io_context.
 
+#include <gtest/gtest.h>
+
+#include <asio.hpp>
 #include <chrono>
 #include <future>
 #include <memory>
 #include <regex>
 #include <string>
 #include <vector>
-
-#include <asio.hpp>
-#include <gtest/gtest.h>
 
 #include "tavreldi/core/AdvancedDIContainerImpl.hpp"
 

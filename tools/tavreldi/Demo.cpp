@@ -1,13 +1,13 @@
 #include "Demo.hpp"
 
-#include <cstdio>
-#include <exception>
-#include <fstream>
+#include <fmt/format.h>
 
 #include <asio/co_spawn.hpp>
 #include <asio/io_context.hpp>
 #include <asio/use_future.hpp>
-#include <fmt/format.h>
+#include <cstdio>
+#include <exception>
+#include <fstream>
 
 #include "SampleApp.hpp"
 #include "tavreldi/core/AdvancedDIContainerImpl.hpp"

@@ -1,12 +1,10 @@
 #include "SampleApp.hpp"
 
-#include <chrono>
-
 #include <asio/steady_timer.hpp>
 #include <asio/use_awaitable.hpp>
+#include <chrono>
 
 namespace demo {
-
 
 using tavreldi::AdvancedDIContainer;
 using tavreldi::DependencyScope;
@@ -29,7 +27,9 @@ asio::awaitable<std::shared_ptr<UserRepository>> makeRepository(AdvancedDIContai
 }
 
 asio::awaitable<std::shared_ptr<LoadUserUseCase>> makeUseCase(AdvancedDIContainer& c) {
-  co_return std::make_shared<LoadUserUseCase>(LoadUserUseCase{co_await c.resolve<UserRepository>()});
+  // A named local: g++ 12 destroys a co_await result inside a braced initialiser twice.
+  auto repository = co_await c.resolve<UserRepository>();
+  co_return std::make_shared<LoadUserUseCase>(LoadUserUseCase{repository});
 }
 
 asio::awaitable<std::shared_ptr<UserViewModel>> makeViewModel(AdvancedDIContainer& c) {

@@ -3,6 +3,8 @@
 /// \file
 /// The container interface: registration, resolution, scopes, graph and preloading.
 
+#include <asio/any_io_executor.hpp>
+#include <asio/awaitable.hpp>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -11,9 +13,6 @@
 #include <string_view>
 #include <type_traits>
 #include <utility>
-
-#include <asio/any_io_executor.hpp>
-#include <asio/awaitable.hpp>
 
 #include "tavreldi/core/AnyInstance.hpp"
 #include "tavreldi/core/DependencyMetadata.hpp"
@@ -42,9 +41,8 @@ asio::awaitable<AnyInstance> runAsyncFactory(std::shared_ptr<F> factory,
 template <class T, class F>
 AsyncFactory eraseAsyncFactory(F factory) {
   auto shared = std::make_shared<F>(std::move(factory));
-  return [shared](AdvancedDIContainer& container) {
-    return runAsyncFactory<T, F>(shared, container);
-  };
+  return
+      [shared](AdvancedDIContainer& container) { return runAsyncFactory<T, F>(shared, container); };
 }
 
 template <class T, class F>
@@ -157,10 +155,9 @@ class AdvancedDIContainer {
   /// Registers, in a task, a factory that hands out `instance` itself (the same object).
   template <class T>
   void registerInstance(std::shared_ptr<T> instance, DependencyScope scope) {
-    registerLater<T>(scope, [instance = std::move(instance)](
-                                AdvancedDIContainer&) -> asio::awaitable<std::shared_ptr<T>> {
-      co_return instance;
-    });
+    registerLater<T>(scope,
+                     [instance = std::move(instance)](AdvancedDIContainer&)
+                         -> asio::awaitable<std::shared_ptr<T>> { co_return instance; });
   }
   /// Registers each of `Ts`, in order, in one task; each factory call receives the container
   /// and a `TypeTag` of the type being made: `factory(container, TypeTag<T>{})` returns
@@ -170,10 +167,8 @@ class AdvancedDIContainer {
     if constexpr (sizeof...(Ts) > 0) {
       auto shared = std::make_shared<F>(std::move(factory));
       runOnContainerThread([scope, shared](AdvancedDIContainer& container) {
-        (container.registerAsync<Ts>(scope,
-                                     [shared](AdvancedDIContainer& c) {
-                                       return (*shared)(c, TypeTag<Ts>{});
-                                     }),
+        (container.registerAsync<Ts>(
+             scope, [shared](AdvancedDIContainer& c) { return (*shared)(c, TypeTag<Ts>{}); }),
          ...);
       });
     }

@@ -3,14 +3,13 @@
 /// \file
 /// The container implementation.
 
+#include <asio/any_io_executor.hpp>
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include <asio/any_io_executor.hpp>
 
 #include "tavreldi/core/AdvancedDIContainer.hpp"
 #include "tavreldi/core/DIContainerConfig.hpp"
@@ -77,8 +76,7 @@ class AdvancedDIContainerImpl final : public AdvancedDIContainer {
   [[nodiscard]] asio::awaitable<void> setCurrentScope(std::string id) override;
   [[nodiscard]] std::string getCurrentScope() const override;
   [[nodiscard]] asio::awaitable<void> cleanup() override;
-  [[nodiscard]] std::optional<DependencyMetadata> getMetadata(
-      std::string_view name) const override;
+  [[nodiscard]] std::optional<DependencyMetadata> getMetadata(std::string_view name) const override;
   using AdvancedDIContainer::getMetadata;
   [[nodiscard]] DependencyMap getDependencyMap() const override;
   [[nodiscard]] std::int64_t getRegisteredServicesCount() const override;

@@ -3,14 +3,13 @@
 /// \file
 /// Type-erased instances and factories as the container stores them.
 
+#include <asio/awaitable.hpp>
 #include <functional>
 #include <memory>
 #include <string>
 #include <typeinfo>
 #include <utility>
 #include <vector>
-
-#include <asio/awaitable.hpp>
 
 namespace tavreldi {
 

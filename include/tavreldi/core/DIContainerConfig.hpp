@@ -13,9 +13,8 @@ class DIContainerConfig {
  public:
   /// Stores the five values as given, without validation (any depth is accepted).
   constexpr DIContainerConfig(std::int64_t maxCircularDependencyDepth,
-                              bool enableCircularDependencyDetection,
-                              bool enableDependencyTracking, bool enablePerformanceMetrics,
-                              bool enableCaching) noexcept
+                              bool enableCircularDependencyDetection, bool enableDependencyTracking,
+                              bool enablePerformanceMetrics, bool enableCaching) noexcept
       : maxCircularDependencyDepth_(maxCircularDependencyDepth),
         enableCircularDependencyDetection_(enableCircularDependencyDetection),
         enableDependencyTracking_(enableDependencyTracking),

@@ -6,11 +6,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
 #include <vector>
-
-#include <nlohmann/json_fwd.hpp>
 
 #include "tavreldi/core/DependencyScope.hpp"
 #include "tavreldi/core/Timestamp.hpp"

@@ -16,8 +16,8 @@ enum class DependencyScope { singleton, transient, scoped, lazy, container, cust
 
 template <>
 struct EnumTraits<DependencyScope> {
-  static constexpr std::array<std::string_view, 6> rawValues{
-      "singleton", "transient", "scoped", "lazy", "container", "custom"};
+  static constexpr std::array<std::string_view, 6> rawValues{"singleton", "transient", "scoped",
+                                                             "lazy",      "container", "custom"};
 };
 
 /// True for `singleton`, `scoped`, `lazy` and `container`.
@@ -35,14 +35,14 @@ enum class DependencyLifetime { application, request, session, scope, custom, ep
 
 template <>
 struct EnumTraits<DependencyLifetime> {
-  static constexpr std::array<std::string_view, 6> rawValues{
-      "application", "request", "session", "scope", "custom", "ephemeral"};
+  static constexpr std::array<std::string_view, 6> rawValues{"application", "request", "session",
+                                                             "scope",       "custom",  "ephemeral"};
 };
 
 /// True for `application`, `session` and `scope`.
 [[nodiscard]] constexpr bool supportsLongTermStorage(DependencyLifetime lifetime) noexcept {
-  return lifetime == DependencyLifetime::application ||
-         lifetime == DependencyLifetime::session || lifetime == DependencyLifetime::scope;
+  return lifetime == DependencyLifetime::application || lifetime == DependencyLifetime::session ||
+         lifetime == DependencyLifetime::scope;
 }
 
 /// Declared thread-safety class of a service (raw values are capitalised).
@@ -50,8 +50,8 @@ enum class ThreadSafety { safe, unsafe, conditionallySafe, unknown };
 
 template <>
 struct EnumTraits<ThreadSafety> {
-  static constexpr std::array<std::string_view, 4> rawValues{"Safe", "Unsafe",
-                                                             "ConditionallySafe", "Unknown"};
+  static constexpr std::array<std::string_view, 4> rawValues{"Safe", "Unsafe", "ConditionallySafe",
+                                                             "Unknown"};
 };
 
 }  // namespace tavreldi

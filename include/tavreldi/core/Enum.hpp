@@ -7,13 +7,12 @@
 #include <array>
 #include <concepts>
 #include <cstddef>
+#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <type_traits>
-
-#include <nlohmann/json_fwd.hpp>
 
 namespace tavreldi {
 
@@ -25,7 +24,9 @@ struct EnumTraits;
 
 /// Satisfied by enumerations that have an `EnumTraits` table.
 template <class E>
-concept RawValueEnum = std::is_enum_v<E> && requires { EnumTraits<E>::rawValues; };
+concept RawValueEnum = std::is_enum_v<E> && requires {
+  EnumTraits<E>::rawValues;
+};
 
 /// Returns the raw text value of `value`.
 template <RawValueEnum E>

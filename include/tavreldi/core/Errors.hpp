@@ -4,11 +4,10 @@
 /// The container's error values.
 
 #include <exception>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include <nlohmann/json_fwd.hpp>
 
 #include "tavreldi/core/Enum.hpp"
 
@@ -27,8 +26,8 @@ enum class ResolutionErrorKind {
 template <>
 struct EnumTraits<ResolutionErrorKind> {
   static constexpr std::array<std::string_view, 6> rawValues{
-      "notRegistered",  "circularDependency", "scopeNotFound",
-      "factoryError",   "validationError",    "typeMismatch"};
+      "notRegistered", "circularDependency", "scopeNotFound",
+      "factoryError",  "validationError",    "typeMismatch"};
 };
 
 /// A failure of registration, resolution or validation. `what()` is the error's description,
@@ -40,8 +39,7 @@ class DependencyResolutionError : public std::exception {
   /// "Type not registered: " + name.
   [[nodiscard]] static DependencyResolutionError notRegistered(std::string typeName);
   /// "Circular dependency detected: " + the names joined with " -> ".
-  [[nodiscard]] static DependencyResolutionError circularDependency(
-      std::vector<std::string> cycle);
+  [[nodiscard]] static DependencyResolutionError circularDependency(std::vector<std::string> cycle);
   /// "Scope not found: " + identifier.
   [[nodiscard]] static DependencyResolutionError scopeNotFound(std::string scopeId);
   /// "Factory error: " + text.

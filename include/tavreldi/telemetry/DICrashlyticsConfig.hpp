@@ -17,8 +17,8 @@ enum class CrashlyticsLogLevel { debug, info, warning, error, fatal };
 
 template <>
 struct EnumTraits<CrashlyticsLogLevel> {
-  static constexpr std::array<std::string_view, 5> rawValues{"debug", "info", "warning",
-                                                             "error", "fatal"};
+  static constexpr std::array<std::string_view, 5> rawValues{"debug", "info", "warning", "error",
+                                                             "fatal"};
 };
 
 /// How crash reporting is configured. An immutable value; carried, never interpreted by the

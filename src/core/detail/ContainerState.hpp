@@ -3,11 +3,12 @@
 // The container's state, shared by the source files of AdvancedDIContainerImpl.
 //
 // Every name the container has seen (registered, or observed as a dependency) has one Slot that
-// holds what each of the container's maps holds under that name: its metadata (typeRegistry), factory
-// (factories), cached singleton/lazy instances, counters and observed dependencies
+// holds what each of the container's maps holds under that name: its metadata (typeRegistry),
+// factory (factories), cached singleton/lazy instances, counters and observed dependencies
 // (dependencyMap). One lookup per resolution finds everything. Slots are never removed, so
 // pointers to them stay valid; the per-map insertion orders are kept as lists of slots.
 
+#include <asio/any_io_executor.hpp>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
@@ -21,8 +22,6 @@
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
-
-#include <asio/any_io_executor.hpp>
 
 #include "tavreldi/core/AnyInstance.hpp"
 #include "tavreldi/core/DIContainerConfig.hpp"
@@ -50,7 +49,7 @@ struct Slot {
   bool inFactories = false;
   bool inRegistry = false;
   bool inDependencyMap = false;
-  std::vector<Slot*> dependencies;        // dependencyMap[name], in the order first seen
+  std::vector<Slot*> dependencies;          // dependencyMap[name], in the order first seen
   std::unordered_set<Slot*> dependencySet;  // membership for large sets
 };
 

@@ -3,10 +3,9 @@
 // Strict JSON reading shared by every record's decoder: every key is required, and a missing
 // key or a value of the wrong kind throws DecodingError naming the key.
 
+#include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
-
-#include <nlohmann/json.hpp>
 
 #include "tavreldi/core/Enum.hpp"
 #include "tavreldi/core/Timestamp.hpp"
@@ -16,8 +15,8 @@ namespace tavreldi::detail {
 /// Throws unless `json` is an object; `what` names the record being read.
 inline void requireObject(const nlohmann::json& json, std::string_view what) {
   if (!json.is_object()) {
-    throw DecodingError("Type mismatch: expected an object for " + std::string(what) +
-                        ", found " + json.type_name());
+    throw DecodingError("Type mismatch: expected an object for " + std::string(what) + ", found " +
+                        json.type_name());
   }
 }
 

@@ -5,13 +5,13 @@
 // call. Most lines are plain concatenations (`printLine(prefix, name)`); `printFormatted` takes
 // a {fmt} format string for the rest.
 
+#include <fmt/format.h>
+
 #include <cstddef>
 #include <cstring>
 #include <string>
 #include <string_view>
 #include <utility>
-
-#include <fmt/format.h>
 
 #include "tavreldi/core/LineWriter.hpp"
 

@@ -1,0 +1,280 @@
+// Runs the built tavreldi command and checks its output, files and exit statuses.
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "tavreldi/graph/DependencyGraph.hpp"
+#include "tavreldi/visualization/DiagramGenerators.hpp"
+
+namespace tavreldi {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct ToolRun {
+  int status = -1;  // -1 when the process did not exit normally (a crash)
+  std::string out;
+  std::string err;
+};
+
+std::string readFile(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+void writeFile(const fs::path& path, const std::string& text) {
+  std::ofstream(path, std::ios::binary) << text;
+}
+
+std::string shellQuoted(const std::string& text) {
+  std::string out = "'";
+  for (const char c : text) out += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return out + "'";
+}
+
+std::vector<std::string> linesOf(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);) lines.push_back(line);
+  return lines;
+}
+
+DependencyNode makeNode(std::string id, DependencyScope scope, std::int64_t layer,
+                        std::vector<std::string> dependencies, bool circular) {
+  DependencyNode node;
+  node.id = std::move(id);
+  node.scope = scope;
+  node.layer = layer;
+  node.dependencies = std::move(dependencies);
+  node.isCircular = circular;
+  node.metadata = {{"scope", std::string(toString(scope))}};
+  return node;
+}
+
+DependencyEdge makeEdge(std::string from, std::string to, bool circular) {
+  DependencyEdge edge;
+  edge.from = std::move(from);
+  edge.to = std::move(to);
+  edge.isCircular = circular;
+  return edge;
+}
+
+// A view model down to an API that forms a cycle with a cache.
+DependencyGraph savedGraph() {
+  DependencyGraph graph;
+  graph.nodes = {
+      makeNode("ProfileViewModel", DependencyScope::lazy, 4, {"LoadProfileUseCase"}, false),
+      makeNode("LoadProfileUseCase", DependencyScope::transient, 3, {"Repository<User>"}, false),
+      makeNode("Repository<User>", DependencyScope::scoped, 2, {"UserAPI"}, false),
+      makeNode("UserAPI", DependencyScope::singleton, 1, {"Cache"}, true),
+      makeNode("Cache", DependencyScope::singleton, 0, {"UserAPI"}, true)};
+  graph.edges = {makeEdge("ProfileViewModel", "LoadProfileUseCase", false),
+                 makeEdge("LoadProfileUseCase", "Repository<User>", false),
+                 makeEdge("Repository<User>", "UserAPI", false), makeEdge("UserAPI", "Cache", true),
+                 makeEdge("Cache", "UserAPI", true)};
+  GraphAnalysis& analysis = graph.analysis;
+  analysis.hasCircularDependencies = true;
+  analysis.totalNodes = 5;
+  analysis.totalDependencies = 5;
+  analysis.circularDependencyChains = {{"UserAPI", "Cache"}};
+  analysis.isComplete = true;
+  analysis.healthScore = HealthScore{0.9, 0.5, 0, 80, 0.8, 0.9, 0.85};
+  analysis.recommendations = {
+      Recommendation{RecommendationType::architecture,
+                     RecommendationPriority::high,
+                     "Resolve Circular Dependencies",
+                     "Found 2 circular dependencies that should be resolved",
+                     {"UserAPI", "Cache"},
+                     "High",
+                     EffortLevel::medium}};
+  return graph;
+}
+
+class CliTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    const char* fromEnvironment = std::getenv("TAVRELDI_TOOL");
+    tool = fromEnvironment ? fromEnvironment : TAVRELDI_BINARY_DIR "/tools/tavreldi/tavreldi";
+    if (!fs::exists(tool)) GTEST_SKIP() << "the tavreldi tool is not built: " << tool;
+    dir = fs::temp_directory_path() / ("tavreldi-cli-" + std::to_string(::getpid()));
+    fs::create_directories(dir);
+    graphFile = (dir / "graph.json").string();
+    writeFile(graphFile, nlohmann::json(graph).dump(2));
+  }
+  void TearDown() override {
+    std::error_code ignored;
+    if (!dir.empty()) fs::remove_all(dir, ignored);
+  }
+
+  ToolRun run(const std::vector<std::string>& args) {
+    std::string command = shellQuoted(tool);
+    for (const auto& arg : args) command += " " + shellQuoted(arg);
+    const fs::path out = dir / "stdout.txt", err = dir / "stderr.txt";
+    command += " >" + shellQuoted(out.string()) + " 2>" + shellQuoted(err.string()) + " </dev/null";
+    const int raw = std::system(command.c_str());
+    ToolRun result;
+    result.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+    result.out = readFile(out);
+    result.err = readFile(err);
+    return result;
+  }
+
+  // Expects exit status 2, nothing on standard output and `message` within standard error.
+  void expectRejected(const std::vector<std::string>& args, const std::string& message) {
+    const ToolRun result = run(args);
+    EXPECT_EQ(result.status, 2) << result.err;
+    EXPECT_EQ(result.out, "");
+    EXPECT_NE(result.err.find(message), std::string::npos)
+        << "stderr: " << result.err << "\nexpected: " << message;
+  }
+
+  std::string tool;
+  fs::path dir;
+  std::string graphFile;
+  const DependencyGraph graph = savedGraph();
+};
+
+TEST_F(CliTest, RendersEveryTypeFromASavedGraph) {
+  const std::vector<std::pair<std::string, std::string>> expected = {
+      {"mermaid", DiagramGenerators::generateMermaid(graph)},
+      {"graphviz", DiagramGenerators::generateGraphviz(graph)},
+      {"json", DiagramGenerators::generateJSONVisualization(graph, graph.analysis)},
+      {"tree", DiagramGenerators::generateTreeVisualization(graph, 5)},
+      {"network", DiagramGenerators::generateNetworkVisualization(graph)},
+      {"hierarchical", DiagramGenerators::generateHierarchicalVisualization(graph)},
+      {"circular", DiagramGenerators::generateCircularVisualization(graph)},
+      {"layered", DiagramGenerators::generateLayeredVisualization(graph)}};
+  const std::string output = (dir / "out.txt").string();
+  for (const auto& [type, text] : expected) {
+    const ToolRun result = run({"render", graphFile, "--type", type, "--output", output});
+    EXPECT_EQ(result.status, 0) << type << ": " << result.err;
+    EXPECT_EQ(result.out, "") << type;
+    EXPECT_EQ(readFile(output), text) << type;
+  }
+  // The cycle below the root repeats until the depth limit, so the limit shows in the text.
+  const ToolRun shallow = run({"render", graphFile, "--type", "tree", "--max-depth", "2"});
+  EXPECT_EQ(shallow.status, 0);
+  EXPECT_EQ(shallow.out, DiagramGenerators::generateTreeVisualization(graph, 2));
+  EXPECT_NE(shallow.out, DiagramGenerators::generateTreeVisualization(graph, 5));
+
+  const ToolRun page = run({"render", graphFile, "--type", "html", "--output", output});
+  EXPECT_EQ(page.status, 0) << page.err;
+  const std::string html = readFile(output);
+  EXPECT_TRUE(html.starts_with("<!DOCTYPE html>"));
+  EXPECT_NE(html.find(R"(Repository\u003cUser\u003e)"), std::string::npos);
+  EXPECT_EQ(html.find("Repository<User>"), std::string::npos);
+}
+
+TEST_F(CliTest, ReportPrintsTheAnalysis) {
+  const ToolRun result = run({"report", graphFile});
+  ASSERT_EQ(result.status, 0) << result.err;
+  const std::vector<std::string> lines = linesOf(result.out);
+  const auto row = [](const std::string& label, const std::string& value) {
+    return "  " + label + std::string(34 - label.size(), ' ') + value;
+  };
+  ASSERT_FALSE(lines.empty());
+  EXPECT_EQ(lines[0], "Dependency graph: " + graphFile);
+  for (const std::string& line : {
+           row("Services", "5"),
+           row("Circular dependencies", "yes (1 cycles)"),
+           row("Testability", "80.0"),
+           row("Overall", "0.900"),
+           std::string("Cycles (1)"),
+           std::string("  1. UserAPI -> Cache -> UserAPI"),
+           // The longest path from the view model runs into the cycle and stops at the first
+           // repeated name.
+           std::string("Critical paths (3)"),
+           std::string("  Critical Path 1, 6 services: ProfileViewModel -> LoadProfileUseCase "
+                       "-> Repository<User> -> UserAPI -> Cache -> UserAPI"),
+           std::string("  Infrastructure Cluster (5): ProfileViewModel, LoadProfileUseCase, "
+                       "Repository<User>, UserAPI, Cache"),
+           std::string("  1. [High] Architecture: Resolve Circular Dependencies"),
+           std::string("     Found 2 circular dependencies that should be resolved"),
+           std::string("     Affects: UserAPI, Cache; impact High; effort Medium"),
+       }) {
+    EXPECT_NE(std::find(lines.begin(), lines.end(), line), lines.end()) << line;
+  }
+}
+
+TEST_F(CliTest, BadInputIsNamedAndExitsWithStatusTwo) {
+  const std::string missing = (dir / "missing.json").string();
+  expectRejected({"render", missing, "--type", "tree"},
+                 "tavreldi render: cannot open " + missing + ": No such file or directory");
+  expectRejected({"report", missing}, "tavreldi report: cannot open " + missing);
+
+  const fs::path malformed = dir / "malformed.json";
+  writeFile(malformed, R"({"nodes": [})");  // the 12th byte is the stray brace
+  expectRejected({"render", malformed.string(), "--type", "mermaid"}, "malformed JSON at byte 12");
+  const fs::path truncated = dir / "truncated.json";
+  writeFile(truncated, readFile(graphFile).substr(0, 100));  // input ends after byte 100
+  expectRejected({"report", truncated.string()}, "malformed JSON at byte 101");
+  const fs::path empty = dir / "empty.json";
+  writeFile(empty, "");
+  expectRejected({"report", empty.string()}, "malformed JSON at byte 1");
+
+  nlohmann::json shape = nlohmann::json(graph);
+  shape.erase("analysis");
+  const fs::path noAnalysis = dir / "no-analysis.json";
+  writeFile(noAnalysis, shape.dump());
+  expectRejected({"render", noAnalysis.string(), "--type", "tree"},
+                 "not a dependency graph: Key not found: \"analysis\"");
+  shape = nlohmann::json(graph);
+  shape["nodes"][2]["layer"] = "top";
+  const fs::path badLayer = dir / "bad-layer.json";
+  writeFile(badLayer, shape.dump());
+  expectRejected({"report", badLayer.string()},
+                 "Invalid value for key \"nodes\": Type mismatch for key \"layer\"");
+  const fs::path array = dir / "array.json";
+  writeFile(array, "[1, 2]");
+  expectRejected({"report", array.string()}, "expected an object for DependencyGraph");
+
+  expectRejected({"render", graphFile, "--type", "pie"}, "pie not in");
+  expectRejected({"render", graphFile}, "--type is required");
+  expectRejected({"render", graphFile, "--type", "tree", "--colour"}, "--colour");
+  expectRejected({"render", graphFile, "--type", "tree", "--max-depth", "-1"},
+                 "--max-depth: must not be negative");
+  expectRejected({"render", graphFile, "--type", "tree", "--max-depth", "deep"}, "deep");
+  expectRejected({}, "A subcommand is required");
+  expectRejected({"draw"}, "unknown command \"draw\" (commands: demo, render, report");
+}
+
+TEST_F(CliTest, HelpVersionAndTheDemoPage) {
+  const ToolRun version = run({"--version"});
+  EXPECT_EQ(version.status, 0);
+  EXPECT_EQ(version.out, "tavreldi 0.1.0\n");
+  for (const auto& [command, option] : std::vector<std::pair<std::string, std::string>>{
+           {"render", "--max-depth"}, {"report", "file"}, {"demo", "--html"}}) {
+    const ToolRun help = run({command, "--help"});
+    EXPECT_EQ(help.status, 0) << command;
+    EXPECT_NE(help.out.find(option), std::string::npos) << command;
+  }
+
+  const std::string page = (dir / "sample.html").string();
+  const ToolRun demo = run({"demo", "--html", page});
+  ASSERT_EQ(demo.status, 0) << demo.err;
+  EXPECT_NE(demo.out.find("Viewer page written to " + page), std::string::npos);
+  const std::string html = readFile(page);
+  EXPECT_NE(html.find("<title>TavrelDI sample app</title>"), std::string::npos);
+  for (const char* id : {"UserViewModel", "LoadUserUseCase", "UserRepository", "UserAPIService",
+                         "Logger", "SessionService", "TokenRefresher"}) {
+    EXPECT_NE(html.find(std::string("\"id\":\"") + id + "\""), std::string::npos) << id;
+  }
+  const ToolRun unwritable = run({"demo", "--html", (dir / "no-such-dir" / "page.html").string()});
+  EXPECT_EQ(unwritable.status, 1);
+  EXPECT_NE(unwritable.err.find("cannot write"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace tavreldi
