@@ -18,29 +18,6 @@ void report(Progress* progress, std::int64_t completed) {
   if (progress) progress->setCompletedUnitCount(completed);
 }
 
-// The generators that need nothing but the graph (and the tree's depth limit).
-std::string renderTextLayout(VisualizationType type, const DependencyGraph& graph,
-                             std::int64_t maxDepth) {
-  switch (type) {
-    case VisualizationType::mermaid:
-      return DiagramGenerators::generateMermaid(graph);
-    case VisualizationType::graphviz:
-      return DiagramGenerators::generateGraphviz(graph);
-    case VisualizationType::tree:
-      return DiagramGenerators::generateTreeVisualization(graph, maxDepth);
-    case VisualizationType::network:
-      return DiagramGenerators::generateNetworkVisualization(graph);
-    case VisualizationType::hierarchical:
-      return DiagramGenerators::generateHierarchicalVisualization(graph);
-    case VisualizationType::circular:
-      return DiagramGenerators::generateCircularVisualization(graph);
-    case VisualizationType::layered:
-    case VisualizationType::json:  // JSON is rendered by renderJSON and never comes here.
-      break;
-  }
-  return DiagramGenerators::generateLayeredVisualization(graph);
-}
-
 }  // namespace
 
 DependencyVisualizer::DependencyVisualizer(std::shared_ptr<AdvancedDIContainer> container,
@@ -53,7 +30,7 @@ asio::awaitable<std::string> DependencyVisualizer::visualize() {
     co_return text;
   }
   const DependencyGraph graph = co_await container_->getDependencyGraph();
-  co_return renderTextLayout(config_.type, graph, config_.maxDepth);
+  co_return DiagramGenerators::generate(config_.type, graph, graph.analysis, config_.maxDepth);
 }
 
 asio::awaitable<std::string> DependencyVisualizer::visualizeAsync(VisualizationType type,
@@ -80,7 +57,7 @@ asio::awaitable<std::string> DependencyVisualizer::visualizeAsync(VisualizationT
   }
   const DependencyGraph graph = co_await container_->getDependencyGraph();
   report(progress, 50);
-  std::string text = renderTextLayout(type, graph, config_.maxDepth);
+  std::string text = DiagramGenerators::generate(type, graph, graph.analysis, config_.maxDepth);
   report(progress, 100);
   co_return text;
 }

@@ -196,4 +196,27 @@ std::string DiagramGenerators::generateJSONVisualization(const DependencyGraph& 
   }
 }
 
+std::string DiagramGenerators::generate(VisualizationType type, const DependencyGraph& graph,
+                                        const GraphAnalysis& analysis, std::int64_t maxDepth) {
+  switch (type) {
+    case VisualizationType::mermaid:
+      return generateMermaid(graph);
+    case VisualizationType::graphviz:
+      return generateGraphviz(graph);
+    case VisualizationType::json:
+      return generateJSONVisualization(graph, analysis);
+    case VisualizationType::tree:
+      return generateTreeVisualization(graph, maxDepth);
+    case VisualizationType::network:
+      return generateNetworkVisualization(graph);
+    case VisualizationType::hierarchical:
+      return generateHierarchicalVisualization(graph);
+    case VisualizationType::circular:
+      return generateCircularVisualization(graph);
+    case VisualizationType::layered:
+      break;
+  }
+  return generateLayeredVisualization(graph);
+}
+
 }  // namespace tavreldi

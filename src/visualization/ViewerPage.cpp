@@ -40,29 +40,6 @@ using nlohmann::json;
   return "Layered";
 }
 
-[[nodiscard]] std::string diagramText(VisualizationType type, const DependencyGraph& graph,
-                                      const GraphAnalysis& analysis, std::int64_t treeMaxDepth) {
-  switch (type) {
-    case VisualizationType::mermaid:
-      return DiagramGenerators::generateMermaid(graph);
-    case VisualizationType::graphviz:
-      return DiagramGenerators::generateGraphviz(graph);
-    case VisualizationType::json:
-      return DiagramGenerators::generateJSONVisualization(graph, analysis);
-    case VisualizationType::tree:
-      return DiagramGenerators::generateTreeVisualization(graph, treeMaxDepth);
-    case VisualizationType::network:
-      return DiagramGenerators::generateNetworkVisualization(graph);
-    case VisualizationType::hierarchical:
-      return DiagramGenerators::generateHierarchicalVisualization(graph);
-    case VisualizationType::circular:
-      return DiagramGenerators::generateCircularVisualization(graph);
-    case VisualizationType::layered:
-      break;
-  }
-  return DiagramGenerators::generateLayeredVisualization(graph);
-}
-
 [[nodiscard]] json optionalText(const std::optional<std::string>& text) {
   return text ? json(*text) : json(nullptr);
 }
@@ -119,9 +96,10 @@ using nlohmann::json;
   }
   json diagrams = json::array();
   for (const VisualizationType type : allCases<VisualizationType>()) {
-    diagrams.push_back(json{{"type", toString(type)},
-                            {"name", diagramName(type)},
-                            {"text", diagramText(type, graph, analysis, options.treeMaxDepth)}});
+    diagrams.push_back(
+        json{{"type", toString(type)},
+             {"name", diagramName(type)},
+             {"text", DiagramGenerators::generate(type, graph, analysis, options.treeMaxDepth)}});
   }
   return json{
       {"title", options.title},

@@ -54,25 +54,7 @@ std::string renderText(const DependencyGraph& graph, const RenderOptions& option
   }
   const auto type = tavreldi::fromString<VisualizationType>(options.type);
   if (!type) throw InputError("unknown diagram type \"" + options.type + "\"");
-  switch (*type) {
-    case VisualizationType::mermaid:
-      return DiagramGenerators::generateMermaid(graph);
-    case VisualizationType::graphviz:
-      return DiagramGenerators::generateGraphviz(graph);
-    case VisualizationType::json:
-      return DiagramGenerators::generateJSONVisualization(graph, graph.analysis);
-    case VisualizationType::tree:
-      return DiagramGenerators::generateTreeVisualization(graph, options.maxDepth);
-    case VisualizationType::network:
-      return DiagramGenerators::generateNetworkVisualization(graph);
-    case VisualizationType::hierarchical:
-      return DiagramGenerators::generateHierarchicalVisualization(graph);
-    case VisualizationType::circular:
-      return DiagramGenerators::generateCircularVisualization(graph);
-    case VisualizationType::layered:
-      break;
-  }
-  return DiagramGenerators::generateLayeredVisualization(graph);
+  return DiagramGenerators::generate(*type, graph, graph.analysis, options.maxDepth);
 }
 
 std::string joined(const std::vector<std::string>& names, std::string_view separator) {

@@ -10,6 +10,7 @@
 
 #include "tavreldi/graph/DependencyGraph.hpp"
 #include "tavreldi/visualization/Progress.hpp"
+#include "tavreldi/visualization/VisualizationModel.hpp"
 
 namespace tavreldi {
 
@@ -62,6 +63,10 @@ class DiagramGenerators {
   [[nodiscard]] static std::string generateCircularVisualization(const DependencyGraph& graph);
   /// Returns one box per layer, in ascending layer order, with each id in a 20-character cell.
   [[nodiscard]] static std::string generateLayeredVisualization(const DependencyGraph& graph);
+  /// Returns the text of diagram `type`: `analysis` is used by JSON only, `maxDepth` by the
+  /// tree only.
+  [[nodiscard]] static std::string generate(VisualizationType type, const DependencyGraph& graph,
+                                            const GraphAnalysis& analysis, std::int64_t maxDepth);
 };
 
 }  // namespace tavreldi
