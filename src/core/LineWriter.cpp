@@ -62,7 +62,7 @@ void endLine() noexcept {
   std::fwrite(state.buffer.data(), 1, state.buffer.size(), stdout);
 }
 
-std::string_view formatSeconds(double seconds, char (&buffer)[32]) noexcept {
+std::string_view formatSeconds(double seconds, char (&buffer)[32]) {
   if (!std::isfinite(seconds) || seconds < 0 || seconds >= 1e9) {
     const auto result = fmt::format_to_n(buffer, sizeof buffer, "{:.3f}", seconds);
     return {buffer, std::min(result.size, sizeof buffer)};

@@ -60,6 +60,6 @@ void printFormatted(fmt::format_string<Args...> format, Args&&... args) {
 }
 
 /// Writes `seconds` with three decimals (as "%.3f" does) into `buffer`; returns the text.
-std::string_view formatSeconds(double seconds, char (&buffer)[32]) noexcept;
+std::string_view formatSeconds(double seconds, char (&buffer)[32]);
 
 }  // namespace tavreldi::detail
