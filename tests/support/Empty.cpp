@@ -1,1 +1,1 @@
-// Keeps the support library non-empty before helpers are added.
+// Keeps the test support library non-empty: the rest of it is header-only.
