@@ -3,7 +3,6 @@
 // A crash-reporting provider that records every call, in order, for tests. Thread-safe.
 
 #include <exception>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <typeindex>
@@ -12,30 +11,43 @@
 #include <variant>
 #include <vector>
 
+#include "support/CallLog.hpp"
 #include "support/TelemetryPrinters.hpp"
 #include "tavreldi/telemetry/DICrashlyticsProvider.hpp"
 
 namespace tavreldi::testing {
 
-class RecordingCrashlyticsProvider : public DICrashlyticsProvider {
+// The kinds of call the provider records.
+namespace crashlytics_calls {
+
+struct Error {
+  std::string description;  // what()
+  std::type_index type;     // dynamic type of the error
+  OptionalParameters context;
+};
+struct Event {
+  std::string name;
+  OptionalParameters parameters;
+};
+struct UserIdentifier {
+  std::string identifier;
+};
+struct CustomValue {
+  AnalyticsValue value;
+  std::string key;
+};
+using Call = std::variant<Error, Event, UserIdentifier, CustomValue>;
+
+}  // namespace crashlytics_calls
+
+class RecordingCrashlyticsProvider : public DICrashlyticsProvider,
+                                     public CallLog<crashlytics_calls::Call> {
  public:
-  struct Error {
-    std::string description;  // what()
-    std::type_index type;     // dynamic type of the error
-    OptionalParameters context;
-  };
-  struct Event {
-    std::string name;
-    OptionalParameters parameters;
-  };
-  struct UserIdentifier {
-    std::string identifier;
-  };
-  struct CustomValue {
-    AnalyticsValue value;
-    std::string key;
-  };
-  using Call = std::variant<Error, Event, UserIdentifier, CustomValue>;
+  using Error = crashlytics_calls::Error;
+  using Event = crashlytics_calls::Event;
+  using UserIdentifier = crashlytics_calls::UserIdentifier;
+  using CustomValue = crashlytics_calls::CustomValue;
+  using Call = crashlytics_calls::Call;
 
   void logError(const std::exception& error, const OptionalParameters& context) override {
     record(Error{error.what(), std::type_index(typeid(error)), context});
@@ -50,37 +62,8 @@ class RecordingCrashlyticsProvider : public DICrashlyticsProvider {
     record(CustomValue{value, std::string(key)});
   }
 
-  /// Every call so far, in order.
-  std::vector<Call> calls() const {
-    std::lock_guard lock(mutex_);
-    return calls_;
-  }
-  /// The calls of one kind so far, in order, e.g. `only<Event>()`.
-  template <class Kind>
-  std::vector<Kind> only() const {
-    std::vector<Kind> result;
-    std::lock_guard lock(mutex_);
-    for (const Call& call : calls_) {
-      if (const Kind* kind = std::get_if<Kind>(&call)) result.push_back(*kind);
-    }
-    return result;
-  }
   std::vector<Error> errors() const { return only<Error>(); }
   std::vector<Event> events() const { return only<Event>(); }
-  /// Forgets every call so far.
-  void clear() {
-    std::lock_guard lock(mutex_);
-    calls_.clear();
-  }
-
- private:
-  void record(Call call) {
-    std::lock_guard lock(mutex_);
-    calls_.push_back(std::move(call));
-  }
-
-  mutable std::mutex mutex_;
-  std::vector<Call> calls_;
 };
 
 }  // namespace tavreldi::testing
