@@ -39,47 +39,6 @@ constexpr std::uint32_t kNone = std::numeric_limits<std::uint32_t>::max();
   return a < b ? orderedPair(a, b) : orderedPair(b, a);
 }
 
-// Depth of a root as getDependencyDepth defines it, searched with a fresh visited set (marked by
-// a stamp): every name met for the first time at depth d counts d, plus 1 when it has
-// dependencies of its own.
-class DepthSearch {
- public:
-  explicit DepthSearch(const ObservedGraph& graph) : graph_(graph), seen_(graph.size(), 0) {}
-
-  [[nodiscard]] std::int64_t run(std::uint32_t root) {
-    ++stamp_;
-    seen_[root] = stamp_;
-    if (graph_.offsets[root] == graph_.offsets[root + 1]) return 0;
-    std::int64_t depth = 1;
-    frames_.clear();
-    frames_.emplace_back(root, graph_.offsets[root]);
-    while (!frames_.empty()) {
-      auto& [vertex, next] = frames_.back();
-      if (next == graph_.offsets[vertex + 1]) {
-        frames_.pop_back();
-        continue;
-      }
-      const std::uint32_t w = graph_.targets[next++];
-      if (seen_[w] == stamp_) continue;
-      seen_[w] = stamp_;
-      const auto level = static_cast<std::int64_t>(frames_.size());
-      if (graph_.offsets[w] == graph_.offsets[w + 1]) {
-        depth = std::max(depth, level);
-      } else {
-        depth = std::max(depth, level + 1);
-        frames_.emplace_back(w, graph_.offsets[w]);
-      }
-    }
-    return depth;
-  }
-
- private:
-  const ObservedGraph& graph_;
-  std::vector<std::uint32_t> seen_;
-  std::uint32_t stamp_ = 0;
-  std::vector<std::pair<std::uint32_t, std::uint32_t>> frames_;  // vertex, next edge
-};
-
 }  // namespace
 
 StrongComponents::StrongComponents(std::span<const std::uint32_t> offsets,
@@ -139,24 +98,22 @@ StrongComponents::StrongComponents(std::span<const std::uint32_t> offsets,
 ObservedGraph::ObservedGraph(const ContainerState& state) {
   const std::size_t n = state.slots.size();
   slots.reserve(n);
-  indexOf.reserve(n);
   offsets.reserve(n + 1);
   offsets.push_back(0);
   std::size_t edgeCount = 0;
   for (const Slot& slot : state.slots) {
-    indexOf.emplace(&slot, static_cast<std::uint32_t>(slots.size()));
     slots.push_back(&slot);
     edgeCount += slot.dependencies.size();
     offsets.push_back(static_cast<std::uint32_t>(edgeCount));
   }
   targets.reserve(edgeCount);
   for (const Slot* slot : slots) {
-    for (const Slot* dependency : slot->dependencies) targets.push_back(indexOf.at(dependency));
+    for (const Slot* dependency : slot->dependencies) targets.push_back(dependency->index);
   }
   roots.reserve(state.registryOrder.size());
   registered.assign(n, 0);
   for (const Slot* slot : state.registryOrder) {
-    roots.push_back(indexOf.at(slot));
+    roots.push_back(slot->index);
     registered[roots.back()] = 1;
   }
 }
@@ -167,68 +124,6 @@ std::vector<std::string> cycleNames(const ObservedGraph& graph,
   names.reserve(cycle.size());
   for (const std::uint32_t v : cycle) names.push_back(graph.slots[v]->name);
   return names;
-}
-
-// Branch and bound over the roots, giving what the greatest getDependencyDepth over them gives
-// without searching from every one. The search's deepest count is a simple path, plus one edge
-// when it ends on a name with dependencies. No simple path re-enters a strongly connected
-// component it has left, so the depth of a root is at most the heaviest path through the
-// condensation starting at its component, a component weighing its size plus one when it holds
-// a cycle, minus one. Roots are searched from the largest bound down until the best depth found
-// reaches the next bound.
-std::int64_t maxDependencyDepth(const ObservedGraph& graph) {
-  if (graph.roots.empty()) return 0;
-  const StrongComponents components(graph.offsets, graph.targets);
-  const std::uint32_t count = components.count();
-  std::vector<std::int64_t> heaviest(count, 0);
-  for (std::uint32_t c = 0; c < count; ++c) {
-    bool cyclic = false;
-    std::int64_t below = 0;
-    for (std::uint32_t i = components.start[c]; i < components.start[c + 1]; ++i) {
-      for (const std::uint32_t w : graph.successors(components.members[i])) {
-        const std::uint32_t target = components.of[w];
-        if (target == c) {
-          cyclic = true;
-        } else {
-          below = std::max(below, heaviest[target]);
-        }
-      }
-    }
-    const auto size = static_cast<std::int64_t>(components.start[c + 1] - components.start[c]);
-    heaviest[c] = size + (cyclic ? 1 : 0) + below;
-  }
-  std::vector<std::int64_t> bound(graph.size());
-  for (std::uint32_t v = 0; v < graph.size(); ++v) bound[v] = heaviest[components.of[v]] - 1;
-
-  // The search from a name first runs down first dependencies for as long as they lead out of
-  // the current component, none of which can have been met yet: the first dependency's own
-  // search is repeated one level deeper. So a registered name outdoes its first dependency when
-  // that lies in another component (which then need not be tried), and the chains of first
-  // dependencies give a lower bound to start from.
-  std::vector<std::int64_t> firstChain(graph.size(), 0);
-  std::vector<char> outdone(graph.size(), 0);
-  for (const std::uint32_t v : components.members) {  // dependencies' components come first
-    const auto successors = graph.successors(v);
-    if (successors.empty()) continue;
-    const std::uint32_t first = successors.front();
-    const bool leaves = components.of[first] != components.of[v];
-    firstChain[v] = leaves ? 1 + firstChain[first] : 1;
-    if (leaves && graph.registered[v]) outdone[first] = 1;
-  }
-  std::int64_t best = 0;
-  std::vector<std::uint32_t> candidates;
-  for (const std::uint32_t root : graph.roots) {
-    best = std::max(best, firstChain[root]);
-    if (!outdone[root]) candidates.push_back(root);
-  }
-  std::stable_sort(candidates.begin(), candidates.end(),
-                   [&](std::uint32_t a, std::uint32_t b) { return bound[a] > bound[b]; });
-  DepthSearch search(graph);
-  for (const std::uint32_t root : candidates) {
-    if (best >= bound[root]) break;
-    best = std::max(best, search.run(root));
-  }
-  return best;
 }
 
 namespace {
@@ -301,7 +196,7 @@ NodesAndEdges buildNodesAndEdges(const ContainerState& state) {
   });
   const auto circular = [&](const Slot* from, const Slot* to) {
     return !ringNeighbours.empty() &&
-           ringNeighbours.contains(unorderedPair(graph.indexOf.at(from), graph.indexOf.at(to)));
+           ringNeighbours.contains(unorderedPair(from->index, to->index));
   };
 
   const std::size_t nodeCount = state.registryOrder.size();
@@ -336,7 +231,7 @@ NodesAndEdges buildNodesAndEdges(const ContainerState& state) {
     std::unordered_set<std::string_view> declaredBefore;
     for (const std::string& name : declared) {
       Slot* const target = state.find(name);
-      if (target != nullptr && slot->dependencySet.contains(target)) continue;
+      if (target != nullptr && slot->dependsOn(target)) continue;
       if (declared.size() > 1 && !declaredBefore.insert(name).second) continue;
       result.edges.push_back(
           edges.make(slot->name, name, target != nullptr && circular(slot, target)));

@@ -249,13 +249,16 @@ TEST_F(GraphBuilding, EmptyContainerAndValidation) {
 
 // Random registries and maps, cyclic ones and unregistered names included, checked against the
 // literal definitions: the cycle list, the once-per-build flags, the edge list, every depth and
-// the greatest depth.
+// the greatest depth (also as found without reachability sets). The last rounds are larger, so
+// that some cycles are too large to have their depths computed ahead.
 TEST_F(GraphBuilding, AgreesWithLiteralDefinitionsOnRandomGraphs) {
   std::mt19937 rng(20240131);
   const auto chance = [&](double p) { return std::uniform_real_distribution<>(0, 1)(rng) < p; };
-  for (int round = 0; round < 400; ++round) {
-    const int n = 1 + static_cast<int>(rng() % (round < 200 ? 7 : 14));
-    const double density = std::array{0.1, 0.2, 0.35, 0.6}[rng() % 4];
+  for (int round = 0; round < 500; ++round) {
+    const int n = round < 400 ? 1 + static_cast<int>(rng() % (round < 200 ? 7 : 14))
+                              : 20 + static_cast<int>(rng() % 40);
+    const double density = round < 400 ? std::array{0.1, 0.2, 0.35, 0.6}[rng() % 4]
+                                       : std::array{0.03, 0.05, 0.08}[rng() % 3];
     Names all;
     for (int i = 0; i < n; ++i) all.push_back("S" + std::to_string(i));
     Model m;
@@ -296,6 +299,7 @@ TEST_F(GraphBuilding, AgreesWithLiteralDefinitionsOnRandomGraphs) {
     }
     for (const auto& name : all) EXPECT_EQ(c->getDependencyDepth(name), referenceDepth(m, name));
     EXPECT_EQ(g.analysis.maxDepth, maxDepth) << round;
+    EXPECT_EQ(detail::maxDependencyDepth(detail::ObservedGraph(c->state()), 0), maxDepth) << round;
 
     std::vector<std::tuple<std::string, std::string, bool>> expected;
     std::set<std::pair<std::string, std::string>> seen;
@@ -312,6 +316,49 @@ TEST_F(GraphBuilding, AgreesWithLiteralDefinitionsOnRandomGraphs) {
     std::vector<std::tuple<std::string, std::string, bool>> actual;
     for (const auto& e : g.edges) actual.emplace_back(e.from, e.to, e.isCircular);
     ASSERT_EQ(actual, expected) << round;
+  }
+}
+
+// Layered apps of a few hundred names (each name depending on a few of the layer below, the
+// bottom layer on earlier names of its own, some back edges closing small cycles and one cycle
+// too large to have its depths computed ahead): the greatest depth equals the greatest
+// getDependencyDepth, with and without reachability sets.
+TEST_F(GraphBuilding, MaxDepthAgreesWithEveryNameSearchedOnLayeredApps) {
+  std::mt19937 rng(7);
+  for (int round = 0; round < 12; ++round) {
+    const int perLayer = 40 + static_cast<int>(rng() % 60);
+    const int fanOut = 1 + static_cast<int>(rng() % 4);
+    auto c = makeContainer();
+    Names names;
+    for (int i = 0; i < 5 * perLayer; ++i) names.push_back("S" + std::to_string(i));
+    for (const auto& name : names) {
+      if (rng() % 10 != 0) registerName(*c, name);
+    }
+    for (int i = 0; i < 5 * perLayer; ++i) {
+      const int layer = i / perLayer;
+      const int low = layer == 0 ? 0 : (layer - 1) * perLayer;
+      const int high = layer == 0 ? i : layer * perLayer;
+      if (high <= low) continue;
+      for (int k = 0; k < fanOut; ++k) {
+        observe(*c, names[i], {names[low + static_cast<int>(rng() % (high - low))]});
+      }
+    }
+    for (int k = 0; k < round % 4; ++k) {  // small cycles in the bottom layer
+      const int from = 1 + static_cast<int>(rng() % (perLayer - 1));
+      observe(*c, names[static_cast<int>(rng() % from)], {names[from]});
+    }
+    if (round % 3 == 0) {  // a cycle through twenty names of the second layer
+      for (int k = 0; k < 20; ++k) {
+        observe(*c, names[perLayer + k], {names[perLayer + (k + 1) % 20]});
+      }
+    }
+    std::int64_t expected = 0;
+    for (const detail::Slot* slot : c->state().registryOrder) {
+      expected = std::max(expected, c->getDependencyDepth(slot->name));
+    }
+    const detail::ObservedGraph graph(c->state());
+    EXPECT_EQ(detail::maxDependencyDepth(graph), expected) << round;
+    EXPECT_EQ(detail::maxDependencyDepth(graph, 0), expected) << round;
   }
 }
 

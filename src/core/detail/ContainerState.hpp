@@ -8,6 +8,7 @@
 // (dependencyMap). One lookup per resolution finds everything. Slots are never removed, so
 // pointers to them stay valid; the per-map insertion orders are kept as lists of slots.
 
+#include <algorithm>
 #include <asio/any_io_executor.hpp>
 #include <chrono>
 #include <cstdint>
@@ -33,9 +34,22 @@
 namespace tavreldi::detail {
 
 struct Slot {
-  explicit Slot(std::string slotName) : name(std::move(slotName)) {}
+  Slot(std::string slotName, std::uint32_t slotIndex)
+      : name(std::move(slotName)), index(slotIndex) {}
+
+  /// Whether `dependency` is among the observed dependencies.
+  [[nodiscard]] bool dependsOn(const Slot* dependency) const {
+    if (dependencies.size() <= kLinearDependencyScan) {
+      return std::find(dependencies.begin(), dependencies.end(), dependency) != dependencies.end();
+    }
+    return dependencySet.contains(dependency);
+  }
+
+  /// Up to this many dependencies are searched in order; past it, `dependencySet` is kept.
+  static constexpr std::size_t kLinearDependencyScan = 8;
 
   std::string name;
+  std::uint32_t index;                         // position in ContainerState::slots
   std::optional<DependencyMetadata> metadata;  // typeRegistry[name]
   FactoryType factory;                         // factories[name]
   AnyInstance singleton;                       // singletons[name]
@@ -49,8 +63,8 @@ struct Slot {
   bool inFactories = false;
   bool inRegistry = false;
   bool inDependencyMap = false;
-  std::vector<Slot*> dependencies;          // dependencyMap[name], in the order first seen
-  std::unordered_set<Slot*> dependencySet;  // membership for large sets
+  std::vector<Slot*> dependencies;                // dependencyMap[name], in the order first seen
+  std::unordered_set<const Slot*> dependencySet;  // membership, once past kLinearDependencyScan
 };
 
 /// Telemetry attachments and a liveness flag, shared with the tasks the container posts: a
@@ -108,7 +122,7 @@ struct ContainerState {
   /// The slot of `name`, made when missing.
   Slot& obtain(std::string_view name) {
     if (Slot* slot = find(name)) return *slot;
-    Slot& slot = slots.emplace_back(std::string(name));
+    Slot& slot = slots.emplace_back(std::string(name), static_cast<std::uint32_t>(slots.size()));
     byName.emplace(slot.name, &slot);
     return slot;
   }
@@ -134,8 +148,15 @@ struct ContainerState {
       owner.inDependencyMap = true;
       dependencyMapOrder.push_back(&owner);
     }
-    if (!owner.dependencySet.insert(&dependency).second) return false;
+    if (owner.dependsOn(&dependency)) return false;
     owner.dependencies.push_back(&dependency);
+    if (owner.dependencies.size() > Slot::kLinearDependencyScan) {
+      if (owner.dependencySet.empty()) {
+        owner.dependencySet.insert(owner.dependencies.begin(), owner.dependencies.end());
+      } else {
+        owner.dependencySet.insert(&dependency);
+      }
+    }
     return true;
   }
 };

@@ -9,10 +9,10 @@
 // registry's keys, each name's observed dependencies in the order first seen.
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "core/detail/ContainerState.hpp"
@@ -28,8 +28,7 @@ namespace tavreldi::detail {
 struct ObservedGraph {
   explicit ObservedGraph(const ContainerState& state);
 
-  std::vector<const Slot*> slots;                          // index -> slot
-  std::unordered_map<const Slot*, std::uint32_t> indexOf;  // slot -> index
+  std::vector<const Slot*> slots;      // index (Slot::index) -> slot
   std::vector<std::uint32_t> offsets;  // successors of v: [offsets[v], offsets[v+1])
   std::vector<std::uint32_t> targets;
   std::vector<std::uint32_t> roots;  // the registered slots, in registry order
@@ -105,8 +104,13 @@ void forEachCycle(const ObservedGraph& graph, OnCycle&& onCycle) {
 [[nodiscard]] std::vector<std::string> cycleNames(const ObservedGraph& graph,
                                                   std::span<const std::uint32_t> cycle);
 
+/// Memory that `maxDependencyDepth` may give to reachability sets by default (they take about
+/// n * n / 16 bytes for n names); past it, the depth is found by bounded searches alone.
+inline constexpr std::size_t kDefaultReachBudget = std::size_t{32} << 20;
+
 /// The greatest dependency depth (as `getDependencyDepth` computes it) over the roots.
-[[nodiscard]] std::int64_t maxDependencyDepth(const ObservedGraph& graph);
+[[nodiscard]] std::int64_t maxDependencyDepth(const ObservedGraph& graph,
+                                              std::size_t reachBudget = kDefaultReachBudget);
 
 /// A built graph: nodes, edges, the cycles they were marked with, and the greatest depth.
 struct NodesAndEdges {
