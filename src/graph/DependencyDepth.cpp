@@ -272,31 +272,13 @@ class DepthSearch {
     return best;
   }
 
-  // Finds the depth of `vertex` and keeps it for later searches. No search is needed when the
-  // first dependency lies in another component and is at least as deep as every other: the
-  // search from `vertex` repeats the first dependency's one level deeper, and nothing below
-  // the others can go deeper than they do.
+  // Finds the depth of `vertex` and keeps it for later searches. When every dependency lies in
+  // another component, the search from `vertex` visits each dependency in turn with exactly
+  // what the earlier ones reach already visited: a dependency is skipped when one of those
+  // reaches it, and otherwise counts one more than its own depth whenever its deepest name is
+  // not among them. Only when that cannot be told is the search run.
   void settle(std::uint32_t vertex) {
-    const auto successors = graph_.successors(vertex);
-    if (reach_ != nullptr && !successors.empty()) {
-      const std::uint32_t first = successors.front();
-      const std::uint32_t component = components_.of[vertex];
-      if (components_.of[first] != component && depth_[first] != kUnknown) {
-        std::int64_t most = depth_[first];
-        for (const std::uint32_t w : successors.subspan(1)) {
-          if (components_.of[w] == component) {
-            most = std::numeric_limits<std::int64_t>::max();
-            break;
-          }
-          most = std::max(most, depth_[w] == kUnknown ? layout_.bound[w] : depth_[w]);
-        }
-        if (most == depth_[first]) {
-          depth_[vertex] = 1 + depth_[first];
-          deepest_[vertex] = deepest_[first];
-          return;
-        }
-      }
-    }
+    if (reach_ != nullptr && settledFromDependencies(vertex)) return;
     depth_[vertex] = run(vertex, 0, deepest_[vertex]);
   }
 
@@ -305,6 +287,39 @@ class DepthSearch {
   static constexpr std::int64_t kUnknown = -1;
 
  private:
+  [[nodiscard]] bool settledFromDependencies(std::uint32_t vertex) {
+    const auto successors = graph_.successors(vertex);
+    if (successors.empty()) {
+      depth_[vertex] = 0;
+      deepest_[vertex] = vertex;
+      return true;
+    }
+    const std::uint32_t component = components_.of[vertex];
+    const auto reachedBefore = [&](std::size_t i, std::uint32_t w) {
+      const std::uint32_t p = layout_.position[w];
+      for (std::size_t k = 0; k < i; ++k) {
+        const auto set = reach_->of(components_.of[successors[k]]);
+        if (p / 64 < set.size() && (set[p / 64] >> (p % 64) & 1) != 0) return true;
+      }
+      return false;
+    };
+    std::int64_t best = 1;
+    std::uint32_t deepest = vertex;
+    for (std::size_t i = 0; i < successors.size(); ++i) {
+      const std::uint32_t w = successors[i];
+      if (components_.of[w] == component) return false;
+      if (reachedBefore(i, w)) continue;
+      const std::int64_t known = depth_[w];
+      if (1 + (known == kUnknown ? layout_.bound[w] : known) <= best) continue;
+      if (known == kUnknown || reachedBefore(i, deepest_[w])) return false;
+      best = 1 + known;
+      deepest = deepest_[w];
+    }
+    depth_[vertex] = best;
+    deepest_[vertex] = deepest;
+    return true;
+  }
+
   const ObservedGraph& graph_;
   const StrongComponents& components_;
   const Layout& layout_;

@@ -150,9 +150,9 @@ class EdgeFactory {
   }
 
  private:
-  using Metadata = std::optional<std::map<std::string, std::string>>;
+  using Shared = std::optional<Metadata>;  // one per kind, shared by its edges' copies
   Timestamp now_;
-  std::array<std::array<Metadata, EnumTraits<RelationshipStrength>::rawValues.size()>,
+  std::array<std::array<Shared, EnumTraits<RelationshipStrength>::rawValues.size()>,
              EnumTraits<RelationshipType>::rawValues.size()>
       metadata_;
 };
@@ -162,7 +162,7 @@ class NodeMetadataCache {
  public:
   explicit NodeMetadataCache(Timestamp now) : now_(now) {}
 
-  [[nodiscard]] const std::map<std::string, std::string>& get(const DependencyMetadata& metadata) {
+  [[nodiscard]] const Metadata& get(const DependencyMetadata& metadata) {
     const auto key = std::tuple(metadata.scope, metadata.lifetime, metadata.threadSafety);
     auto it = cache_.find(key);
     if (it == cache_.end()) it = cache_.emplace(key, nodeMetadataFor(metadata, now_)).first;
@@ -171,9 +171,7 @@ class NodeMetadataCache {
 
  private:
   Timestamp now_;
-  std::map<std::tuple<DependencyScope, DependencyLifetime, ThreadSafety>,
-           std::map<std::string, std::string>>
-      cache_;
+  std::map<std::tuple<DependencyScope, DependencyLifetime, ThreadSafety>, Metadata> cache_;
 };
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "tavreldi/visualization/DiagramGenerators.hpp"
 #include "tavreldi/visualization/VisualizationModel.hpp"
@@ -91,8 +92,9 @@ using nlohmann::json;
                             const ViewerOptions& options) {
   json scopeColors = json::array();  // [scope, colour] pairs in case order
   for (const DependencyScope scope : allCases<DependencyScope>()) {
-    scopeColors.push_back(
-        json::array({toString(scope), "#" + std::string(detail::scopeColor(scope))}));
+    std::string color = "#";  // built by appending: g++ 12 warns falsely on "#" + string
+    color += detail::scopeColor(scope);
+    scopeColors.push_back(json::array({toString(scope), std::move(color)}));
   }
   json diagrams = json::array();
   for (const VisualizationType type : allCases<VisualizationType>()) {

@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "tavreldi/core/Enum.hpp"
+#include "tavreldi/graph/Metadata.hpp"
 
 namespace tavreldi {
 
@@ -76,7 +77,7 @@ struct DependencyEdge {
   RelationshipStrength strength = RelationshipStrength::weak;
   EdgeDirection direction = EdgeDirection::unidirectional;
   PerformanceImpact performanceImpact = PerformanceImpact::low;
-  std::map<std::string, std::string> metadata;
+  Metadata metadata;
 
   friend bool operator==(const DependencyEdge& a, const DependencyEdge& b) {
     return a.from == b.from && a.to == b.to;

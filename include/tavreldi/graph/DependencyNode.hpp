@@ -16,6 +16,7 @@
 #include "tavreldi/core/DependencyScope.hpp"
 #include "tavreldi/core/Enum.hpp"
 #include "tavreldi/core/Timestamp.hpp"
+#include "tavreldi/graph/Metadata.hpp"
 
 namespace tavreldi {
 
@@ -99,7 +100,7 @@ struct DependencyNode {
   NodeCategory category = NodeCategory::infrastructure;
   ComplexityLevel complexity = ComplexityLevel::low;
   NodePerformanceMetrics performanceMetrics;
-  std::map<std::string, std::string> metadata;
+  Metadata metadata;
   std::vector<std::string> tags;
 
   friend bool operator==(const DependencyNode& a, const DependencyNode& b) { return a.id == b.id; }
