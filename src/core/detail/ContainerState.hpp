@@ -42,7 +42,7 @@ struct Slot {
     if (dependencies.size() <= kLinearDependencyScan) {
       return std::find(dependencies.begin(), dependencies.end(), dependency) != dependencies.end();
     }
-    return dependencySet.contains(dependency);
+    return dependencySet->contains(dependency);
   }
 
   /// Up to this many dependencies are searched in order; past it, `dependencySet` is kept.
@@ -63,8 +63,9 @@ struct Slot {
   bool inFactories = false;
   bool inRegistry = false;
   bool inDependencyMap = false;
-  std::vector<Slot*> dependencies;                // dependencyMap[name], in the order first seen
-  std::unordered_set<const Slot*> dependencySet;  // membership, once past kLinearDependencyScan
+  std::vector<Slot*> dependencies;  // dependencyMap[name], in the order first seen
+  // Membership, made once there are more than kLinearDependencyScan dependencies.
+  std::unique_ptr<std::unordered_set<const Slot*>> dependencySet;
 };
 
 /// Telemetry attachments and a liveness flag, shared with the tasks the container posts: a
@@ -150,12 +151,11 @@ struct ContainerState {
     }
     if (owner.dependsOn(&dependency)) return false;
     owner.dependencies.push_back(&dependency);
-    if (owner.dependencies.size() > Slot::kLinearDependencyScan) {
-      if (owner.dependencySet.empty()) {
-        owner.dependencySet.insert(owner.dependencies.begin(), owner.dependencies.end());
-      } else {
-        owner.dependencySet.insert(&dependency);
-      }
+    if (owner.dependencySet) {
+      owner.dependencySet->insert(&dependency);
+    } else if (owner.dependencies.size() > Slot::kLinearDependencyScan) {
+      owner.dependencySet = std::make_unique<std::unordered_set<const Slot*>>(
+          owner.dependencies.begin(), owner.dependencies.end());
     }
     return true;
   }
