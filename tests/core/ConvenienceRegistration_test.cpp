@@ -24,13 +24,15 @@ class ConvenienceRegistration : public testing::AsyncTest {
   }
 };
 
-TEST_F(ConvenienceRegistration, RegistersLaterWithTheScopeItsNameImplies) {
+TEST_F(ConvenienceRegistration, RegistersLaterWithTheScopeItsNameImpliesOrTheInstanceGiven) {
   auto c = makeContainer();
   LineRecorder recorder;
   c->registerService<Logger>(make<Logger>);
   c->registerRepository<UserRepository>(make<UserRepository>);
   c->registerUseCase<LoadUserUseCase>(make<LoadUserUseCase>);
   c->registerViewModel<UserViewModel>(make<UserViewModel>);
+  const auto api = std::make_shared<UserAPI>();
+  c->registerInstance(api, DependencyScope::transient);
   EXPECT_FALSE(c->isRegistered<Logger>());
   EXPECT_FALSE(c->isRegistered<UserViewModel>());
   EXPECT_TRUE(recorder.lines().empty());
@@ -40,19 +42,13 @@ TEST_F(ConvenienceRegistration, RegistersLaterWithTheScopeItsNameImplies) {
             (Lines{"🔧 Registered Logger with scope: singleton and dependencies: []",
                    "🔧 Registered UserRepository with scope: scoped and dependencies: []",
                    "🔧 Registered LoadUserUseCase with scope: transient and dependencies: []",
-                   "🔧 Registered UserViewModel with scope: lazy and dependencies: []"}));
+                   "🔧 Registered UserViewModel with scope: lazy and dependencies: []",
+                   "🔧 Registered UserAPI with scope: transient and dependencies: []"}));
   EXPECT_EQ(c->getMetadata<Logger>()->lifetime, DependencyLifetime::application);
   EXPECT_NE(run(c->resolve<UserViewModel>()), nullptr);
-}
-
-TEST_F(ConvenienceRegistration, InstanceIsHandedOutItself) {
-  auto c = makeContainer();
-  const auto logger = std::make_shared<Logger>(Logger{"shared"});
-  c->registerInstance(logger, DependencyScope::transient);
-  run(c->awaitPendingRegistrations());
-  EXPECT_EQ(c->getMetadata<Logger>()->scope, DependencyScope::transient);
-  EXPECT_EQ(run(c->resolve<Logger>()), logger);
-  EXPECT_EQ(run(c->resolve<Logger>()), logger);
+  // A transient instance registration hands out the instance itself, every time.
+  EXPECT_EQ(run(c->resolve<UserAPI>()), api);
+  EXPECT_EQ(run(c->resolve<UserAPI>()), api);
 }
 
 TEST_F(ConvenienceRegistration, BatchPassesEachFactoryCallItsOwnType) {

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
+#include <tuple>
 #include <unordered_set>
 
 #include "support/SampleServices.hpp"
@@ -68,21 +69,22 @@ TEST(DependencyMetadataTest, DerivedPropertiesAndDescription) {
   EXPECT_NE(text.find("\n- Tags: \n- Registration Time: "), std::string::npos);
 }
 
+// Everything else is kept (equality compares the other fields).
 TEST(DependencyMetadataTest, WithResetsDependenciesAndThreadSafety) {
   auto original = sampleMetadata();
   original.threadSafety = ThreadSafety::unsafe;
   const auto changed = original.with({.priority = 5});
-  EXPECT_EQ(changed.priority, 5);
+  auto expected = original;
+  expected.priority = 5;
+  EXPECT_EQ(changed, expected);
   EXPECT_TRUE(changed.dependencies.empty());
   EXPECT_EQ(changed.threadSafety, ThreadSafety::safe);
   EXPECT_EQ(changed.registrationTime, original.registrationTime);
-  EXPECT_EQ(changed.tags, original.tags);
-  EXPECT_EQ(changed.scope, original.scope);
 
-  const auto rescoped = original.with({.scope = DependencyScope::transient, .tags = {{"x"}}});
-  EXPECT_EQ(rescoped.scope, DependencyScope::transient);
-  EXPECT_EQ(rescoped.tags, std::vector<std::string>{"x"});
-  EXPECT_EQ(rescoped.priority, 3);
+  expected = original;
+  expected.scope = DependencyScope::transient;
+  expected.tags = {"x"};
+  EXPECT_EQ(original.with({.scope = DependencyScope::transient, .tags = {{"x"}}}), expected);
 }
 
 TEST(DependencyMetadataTest, EqualityAndHashIgnoreTimeDependenciesAndThreadSafety) {
@@ -135,33 +137,40 @@ TEST(DependencyMetadataTest, JsonFormAndStrictDecoding) {
   EXPECT_THROW((void)badDate.get<DependencyMetadata>(), DecodingError);
 }
 
-TEST(Errors, DescriptionsOfEveryCase) {
-  using E = DependencyResolutionError;
-  EXPECT_STREQ(E::notRegistered("A").what(), "Type not registered: A");
-  EXPECT_STREQ(E::circularDependency({"A", "B", "A"}).what(),
-               "Circular dependency detected: A -> B -> A");
-  EXPECT_STREQ(E::circularDependency({}).what(), "Circular dependency detected: ");
-  EXPECT_STREQ(E::scopeNotFound("s").what(), "Scope not found: s");
-  EXPECT_STREQ(E::factoryError("boom").what(), "Factory error: boom");
-  EXPECT_STREQ(E::validationError("v").what(), "Validation error: v");
-  EXPECT_STREQ(E::typeMismatch("t").what(), "Type mismatch: t");
-  const CircularDependencyException exception("M", {"A", "B"});
-  EXPECT_STREQ(exception.what(), "Circular Dependency: M");
+// The presets' values are part of the contract (disabled keeps metrics and caching on).
+TEST(ContainerConfig, Presets) {
+  using C = DIContainerConfig;
+  const auto row = [](const C& c) {
+    return std::tuple(c.maxCircularDependencyDepth(), c.enableCircularDependencyDetection(),
+                      c.enableDependencyTracking(), c.enablePerformanceMetrics(),
+                      c.enableCaching());
+  };
+  EXPECT_EQ(row(C::strict()), std::tuple(2, true, true, true, true));
+  EXPECT_EQ(row(C::lenient()), std::tuple(5, true, true, true, true));
+  EXPECT_EQ(row(C::performance()), std::tuple(3, true, false, true, true));
+  EXPECT_EQ(row(C::disabled()), std::tuple(0, false, false, true, true));
 }
 
-TEST(Errors, JsonRoundTripAndDecodingFailures) {
+TEST(Errors, DescriptionsJsonRoundTripAndDecodingFailures) {
   using E = DependencyResolutionError;
+  const std::vector<std::pair<E, const char*>> cases{
+      {E::notRegistered("A"), "Type not registered: A"},
+      {E::circularDependency({"A", "B", "A"}), "Circular dependency detected: A -> B -> A"},
+      {E::circularDependency({}), "Circular dependency detected: "},
+      {E::scopeNotFound("s"), "Scope not found: s"},
+      {E::factoryError("boom"), "Factory error: boom"},
+      {E::validationError("v"), "Validation error: v"},
+      {E::typeMismatch("t"), "Type mismatch: t"}};
+  for (const auto& [error, text] : cases) {
+    EXPECT_STREQ(error.what(), text);
+    const auto decoded = dependencyResolutionErrorFromJson(nlohmann::json(error));
+    EXPECT_EQ(decoded, error);
+    EXPECT_STREQ(decoded.what(), text);
+  }
   EXPECT_EQ(nlohmann::json(E::notRegistered("A")),
             nlohmann::json::parse(R"({"notRegistered":{"_0":"A"}})"));
   EXPECT_EQ(nlohmann::json(E::circularDependency({"A", "B"})),
             nlohmann::json::parse(R"({"circularDependency":{"_0":["A","B"]}})"));
-  for (const auto& error :
-       {E::notRegistered("A"), E::circularDependency({"A", "B", "A"}), E::scopeNotFound("s"),
-        E::factoryError("f"), E::validationError("v"), E::typeMismatch("t")}) {
-    const auto decoded = dependencyResolutionErrorFromJson(nlohmann::json(error));
-    EXPECT_EQ(decoded, error);
-    EXPECT_STREQ(decoded.what(), error.what());
-  }
   const auto expectFailure = [](const char* text, const std::string& message) {
     try {
       (void)dependencyResolutionErrorFromJson(nlohmann::json::parse(text));
@@ -177,31 +186,13 @@ TEST(Errors, JsonRoundTripAndDecodingFailures) {
   expectFailure(R"({"notRegistered":{}})", "\"_0\"");
 
   const CircularDependencyException exception("M", {"A", "B"});
+  EXPECT_STREQ(exception.what(), "Circular Dependency: M");
   const nlohmann::json json = exception;
   EXPECT_EQ(json, nlohmann::json::parse(R"({"message":"M","cycle":["A","B"]})"));
   EXPECT_EQ(circularDependencyExceptionFromJson(json), exception);
   EXPECT_THROW(
       (void)circularDependencyExceptionFromJson(nlohmann::json::parse(R"({"message":"M"})")),
       DecodingError);
-}
-
-TEST(ContainerConfig, PresetsAsTabled) {
-  constexpr auto strict = DIContainerConfig::strict();
-  static_assert(strict.maxCircularDependencyDepth() == 2);
-  EXPECT_TRUE(strict.enableCircularDependencyDetection() && strict.enableDependencyTracking() &&
-              strict.enablePerformanceMetrics() && strict.enableCaching());
-  EXPECT_EQ(DIContainerConfig::lenient().maxCircularDependencyDepth(), 5);
-  const auto performance = DIContainerConfig::performance();
-  EXPECT_EQ(performance.maxCircularDependencyDepth(), 3);
-  EXPECT_FALSE(performance.enableDependencyTracking());
-  EXPECT_TRUE(performance.enableCircularDependencyDetection());
-  const auto disabled = DIContainerConfig::disabled();
-  EXPECT_EQ(disabled.maxCircularDependencyDepth(), 0);
-  EXPECT_FALSE(disabled.enableCircularDependencyDetection());
-  EXPECT_FALSE(disabled.enableDependencyTracking());
-  EXPECT_TRUE(disabled.enablePerformanceMetrics());
-  EXPECT_TRUE(disabled.enableCaching());
-  EXPECT_EQ(DIContainerConfig(-4, false, false, false, false).maxCircularDependencyDepth(), -4);
 }
 
 TEST(TypeNames, NamespacesStrippedInEveryComponent) {

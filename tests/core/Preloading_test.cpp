@@ -19,24 +19,21 @@ struct PaymentService {};
 struct PaymentAPIRepository {};
 struct AuditProtocol {};
 
-DependencyMetadata metadataFor(std::string typeName, DependencyScope scope) {
-  return DependencyMetadata{scope,
-                            DependencyLifetime::application,
-                            false,
-                            true,
-                            {},
-                            {},
-                            std::chrono::system_clock::now(),
-                            std::move(typeName),
-                            true,
-                            0,
-                            {},
-                            ThreadSafety::safe};
-}
-
 template <class T>
 asio::awaitable<std::shared_ptr<T>> make(AdvancedDIContainer&) {
   co_return std::make_shared<T>();
+}
+
+// Resolves D through the container, then makes a T holding it.
+template <class T, class D>
+asio::awaitable<std::shared_ptr<T>> holding(AdvancedDIContainer& c) {
+  auto dependency = co_await c.resolve<D>();
+  co_return std::make_shared<T>(T{dependency});
+}
+
+// A singleton's registration record naming `typeName` (no factory of its own).
+DependencyMetadata metadataFor(const AdvancedDIContainerImpl& c, std::string typeName) {
+  return c.getMetadata<Logger>()->with({.typeName = std::move(typeName)});
 }
 
 asio::awaitable<std::shared_ptr<PaymentService>> failingPayment(AdvancedDIContainer&) {
@@ -63,8 +60,7 @@ class Preloading : public testing::AsyncTest {
     c->registerSync<PaymentAPIRepository>(DependencyScope::container, [](AdvancedDIContainer&) {
       return std::make_shared<PaymentAPIRepository>();
     });
-    c->registerWithMetadata<AuditProtocol>(
-        metadataFor("AuditProtocol", DependencyScope::singleton));
+    c->registerWithMetadata<AuditProtocol>(metadataFor(*c, "AuditProtocol"));
     return c;
   }
 
@@ -72,30 +68,11 @@ class Preloading : public testing::AsyncTest {
   // resolving the next through the container; dependents registered first.
   std::shared_ptr<AdvancedDIContainerImpl> chainApp() {
     auto c = makeContainer();
-    c->registerAsync<UserViewModel>(
-        DependencyScope::lazy,
-        [](AdvancedDIContainer& c) -> asio::awaitable<std::shared_ptr<UserViewModel>> {
-          auto useCase = co_await c.resolve<LoadUserUseCase>();
-          co_return std::make_shared<UserViewModel>(UserViewModel{useCase});
-        });
-    c->registerAsync<LoadUserUseCase>(
-        DependencyScope::transient,
-        [](AdvancedDIContainer& c) -> asio::awaitable<std::shared_ptr<LoadUserUseCase>> {
-          auto repository = co_await c.resolve<UserRepository>();
-          co_return std::make_shared<LoadUserUseCase>(LoadUserUseCase{repository});
-        });
-    c->registerAsync<UserRepository>(
-        DependencyScope::scoped,
-        [](AdvancedDIContainer& c) -> asio::awaitable<std::shared_ptr<UserRepository>> {
-          auto api = co_await c.resolve<UserAPI>();
-          co_return std::make_shared<UserRepository>(UserRepository{api});
-        });
-    c->registerAsync<UserAPI>(
-        DependencyScope::custom,
-        [](AdvancedDIContainer& c) -> asio::awaitable<std::shared_ptr<UserAPI>> {
-          auto logger = co_await c.resolve<Logger>();
-          co_return std::make_shared<UserAPI>(UserAPI{logger});
-        });
+    c->registerAsync<UserViewModel>(DependencyScope::lazy, holding<UserViewModel, LoadUserUseCase>);
+    c->registerAsync<LoadUserUseCase>(DependencyScope::transient,
+                                      holding<LoadUserUseCase, UserRepository>);
+    c->registerAsync<UserRepository>(DependencyScope::scoped, holding<UserRepository, UserAPI>);
+    c->registerAsync<UserAPI>(DependencyScope::custom, holding<UserAPI, Logger>);
     c->registerSync<Logger>(DependencyScope::singleton,
                             [](AdvancedDIContainer&) { return std::make_shared<Logger>(); });
     return c;
@@ -110,6 +87,16 @@ class Preloading : public testing::AsyncTest {
                    "Factory error: Instance not available for synchronous resolution");
       return false;
     }
+  }
+
+  // Those of the types T that resolveSync hands out, in the order given.
+  template <class... T>
+  Lines availableSyncOf(AdvancedDIContainerImpl& c) {
+    Lines names;
+    for (const auto& [available, name] : {std::pair{availableSync<T>(c), typeName<T>()}...}) {
+      if (available) names.emplace_back(name);
+    }
+    return names;
   }
 
   int useCasesMade = 0;
@@ -135,43 +122,42 @@ TEST_F(Preloading, DependenciesResolveEachNonTransientEntryInRegistrationOrder) 
   auto c = flatApp();
   LineRecorder recorder;
   run(c->preloadDependencies());
-  EXPECT_EQ(
-      normaliseDurations(recorder.lines()),
-      (Lines{"🚀 Preloading critical dependencies...",
-             "🔍 Resolving: UserViewModel",
-             "✅ Resolved: UserViewModel (took T)",
-             "✅ Preloaded lazy: UserViewModel",
-             "🔍 Resolving: PaymentService",
-             "🔄 resolveSingleton called for: PaymentService",
-             "   🔄 Creating new instance for: PaymentService",
-             "❌ Failed to resolve PaymentService: payment gateway down",
-             "⚠️ Failed to preload: PaymentService - payment gateway down",
-             "🔍 Resolving: Logger",
-             "🔄 resolveSingleton called for: Logger",
-             "   🔄 Creating new instance for: Logger",
-             "✅ Resolved: Logger (took T)",
-             "✅ Preloaded singleton: Logger",
-             "🔍 Resolving: UserAPI",
-             "🔄 resolveSingleton called for: UserAPI",
-             "   🔄 Creating new instance for: UserAPI",
-             "✅ Resolved: UserAPI (took T)",
-             "✅ Preloaded custom: UserAPI",
-             "⏭️ Skipped transient: LoadUserUseCase",
-             "🔍 Resolving: UserRepository",
-             "✅ Resolved: UserRepository (took T)",
-             "✅ Preloaded scoped: UserRepository",
-             "🔍 Resolving: PaymentAPIRepository",
-             "🔄 resolveSingleton called for: PaymentAPIRepository",
-             "   🔄 Creating new instance for: PaymentAPIRepository",
-             "✅ Resolved: PaymentAPIRepository (took T)",
-             "✅ Preloaded container: PaymentAPIRepository",
-             "🔍 Resolving: AuditProtocol",
-             "🔄 resolveSingleton called for: AuditProtocol",
-             "   🔄 Creating new instance for: AuditProtocol",
-             "❌ Failed to resolve AuditProtocol: Factory error: No factory found for AuditProtocol",
-             "⚠️ Failed to preload: AuditProtocol - Factory error: No factory found for "
-             "AuditProtocol",
-             "✅ Dependency preloading completed"}));
+  const std::string noFactory = "Factory error: No factory found for AuditProtocol";
+  EXPECT_EQ(normaliseDurations(recorder.lines()),
+            (Lines{"🚀 Preloading critical dependencies...",
+                   "🔍 Resolving: UserViewModel",
+                   "✅ Resolved: UserViewModel (took T)",
+                   "✅ Preloaded lazy: UserViewModel",
+                   "🔍 Resolving: PaymentService",
+                   "🔄 resolveSingleton called for: PaymentService",
+                   "   🔄 Creating new instance for: PaymentService",
+                   "❌ Failed to resolve PaymentService: payment gateway down",
+                   "⚠️ Failed to preload: PaymentService - payment gateway down",
+                   "🔍 Resolving: Logger",
+                   "🔄 resolveSingleton called for: Logger",
+                   "   🔄 Creating new instance for: Logger",
+                   "✅ Resolved: Logger (took T)",
+                   "✅ Preloaded singleton: Logger",
+                   "🔍 Resolving: UserAPI",
+                   "🔄 resolveSingleton called for: UserAPI",
+                   "   🔄 Creating new instance for: UserAPI",
+                   "✅ Resolved: UserAPI (took T)",
+                   "✅ Preloaded custom: UserAPI",
+                   "⏭️ Skipped transient: LoadUserUseCase",
+                   "🔍 Resolving: UserRepository",
+                   "✅ Resolved: UserRepository (took T)",
+                   "✅ Preloaded scoped: UserRepository",
+                   "🔍 Resolving: PaymentAPIRepository",
+                   "🔄 resolveSingleton called for: PaymentAPIRepository",
+                   "   🔄 Creating new instance for: PaymentAPIRepository",
+                   "✅ Resolved: PaymentAPIRepository (took T)",
+                   "✅ Preloaded container: PaymentAPIRepository",
+                   "🔍 Resolving: AuditProtocol",
+                   "🔄 resolveSingleton called for: AuditProtocol",
+                   "   🔄 Creating new instance for: AuditProtocol",
+                   "❌ Failed to resolve AuditProtocol: " + noFactory,
+                   "⚠️ Failed to preload: AuditProtocol - " + noFactory,
+                   "✅ Dependency preloading completed"}));
   EXPECT_EQ(useCasesMade, 0);
   EXPECT_EQ(c->getServiceStatistics("Logger").resolutionCount, 1);
 }
@@ -215,8 +201,7 @@ TEST_F(Preloading, SmartGroupsFactoriesByFirstMatchingCategory) {
                    "   ✅ LoadUserUseCase", "🔄 Preloading Repositories (1 items)...",
                    "   ✅ UserRepository", "✅ Smart preloading complete!"}));
   EXPECT_EQ(useCasesMade, 1);  // scopes are not looked at: the transient is made too
-  EXPECT_FALSE(availableSync<Logger>(*c));
-  EXPECT_FALSE(availableSync<UserViewModel>(*c));
+  EXPECT_EQ((availableSyncOf<Logger, UserViewModel>(*c)), Lines{});
 }
 
 TEST_F(Preloading, ViewModelsOnlyCreatesEveryOtherGroupFirst) {
@@ -238,8 +223,8 @@ TEST_F(Preloading, DirectCreationUsesTheFactoryNamedByTheMetadata) {
                           [](AdvancedDIContainer&) { return std::make_shared<Logger>(); });
   c->registerAsync<UserAPI>(DependencyScope::singleton, make<UserAPI>);
   // Logger's record now names a type without a factory, UserAPI's names Logger.
-  c->registerWithMetadata<Logger>(metadataFor("LegacyLogger", DependencyScope::singleton));
-  c->registerWithMetadata<UserAPI>(metadataFor("Logger", DependencyScope::singleton));
+  c->registerWithMetadata<Logger>(metadataFor(*c, "LegacyLogger"));
+  c->registerWithMetadata<UserAPI>(metadataFor(*c, "Logger"));
   LineRecorder recorder;
   run(c->preloadSmart());
   EXPECT_EQ(
@@ -250,14 +235,13 @@ TEST_F(Preloading, DirectCreationUsesTheFactoryNamedByTheMetadata) {
 }
 
 TEST_F(Preloading, ResolveSyncWorksAfterFillingPreloads) {
+  const auto available = [this](AdvancedDIContainerImpl& c) {
+    return availableSyncOf<UserViewModel, LoadUserUseCase, UserRepository, UserAPI, Logger>(c);
+  };
   {
     auto c = chainApp();
     run(c->preloadAllGeneric());
-    EXPECT_TRUE(availableSync<UserViewModel>(*c));
-    EXPECT_TRUE(availableSync<UserRepository>(*c));
-    EXPECT_TRUE(availableSync<UserAPI>(*c));
-    EXPECT_TRUE(availableSync<Logger>(*c));
-    EXPECT_FALSE(availableSync<LoadUserUseCase>(*c));
+    EXPECT_EQ(available(*c), (Lines{"UserViewModel", "UserRepository", "UserAPI", "Logger"}));
     // The preloaded instance is the one handed out, by both paths.
     EXPECT_EQ(run(c->resolve<UserViewModel>()), c->resolveSync<UserViewModel>());
     EXPECT_EQ(c->getServiceStatistics("UserViewModel").resolutionCount, 1);  // the resolve above
@@ -270,11 +254,7 @@ TEST_F(Preloading, ResolveSyncWorksAfterFillingPreloads) {
   {
     auto c = chainApp();
     run(c->preloadDependencies());
-    EXPECT_TRUE(availableSync<UserViewModel>(*c));
-    EXPECT_TRUE(availableSync<UserRepository>(*c));
-    EXPECT_TRUE(availableSync<UserAPI>(*c));
-    EXPECT_TRUE(availableSync<Logger>(*c));
-    EXPECT_FALSE(availableSync<LoadUserUseCase>(*c));
+    EXPECT_EQ(available(*c), (Lines{"UserViewModel", "UserRepository", "UserAPI", "Logger"}));
     // Resolution by name records the edges it walked.
     EXPECT_EQ(c->getDependencyMap(), DependencyMap({{"UserViewModel", {"LoadUserUseCase"}},
                                                     {"LoadUserUseCase", {"UserRepository"}},
@@ -287,11 +267,7 @@ TEST_F(Preloading, ResolveSyncWorksAfterFillingPreloads) {
     run(c->preloadViewModelsOnly());
     // What the factories resolved went through resolution and is cached; what preloading made
     // itself was dropped.
-    EXPECT_FALSE(availableSync<UserViewModel>(*c));
-    EXPECT_TRUE(availableSync<UserRepository>(*c));
-    EXPECT_TRUE(availableSync<UserAPI>(*c));
-    EXPECT_TRUE(availableSync<Logger>(*c));
-    EXPECT_FALSE(availableSync<LoadUserUseCase>(*c));
+    EXPECT_EQ(available(*c), (Lines{"UserRepository", "UserAPI", "Logger"}));
     EXPECT_EQ(c->getServiceStatistics("UserViewModel").resolutionCount, 0);
   }
 }

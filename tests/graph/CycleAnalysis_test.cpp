@@ -24,19 +24,21 @@ const Names kFixedOverall{"Implement dependency inversion principle using interf
                           "Consider using event-driven architecture for loose coupling",
                           "Use factory pattern for complex object creation"};
 
-TEST_F(CycleAnalysis, NoRegistrations) {
-  auto c = makeContainer();
-  EXPECT_TRUE(c->findCircularDependenciesDetailed().empty());
-  const auto a = c->analyzeCircularDependencies();
-  EXPECT_EQ(std::vector({a.totalCycles, a.criticalCycles, a.highImpactCycles, a.mediumImpactCycles,
-                         a.averageCycleLength, a.longestCycle}),
-            std::vector<std::int64_t>(6, 0));
-  EXPECT_TRUE(a.cycles.empty());
-  EXPECT_EQ(a.recommendations, Names{"No circular dependencies found. Great job!"});
+// The given summary lines followed by the three fixed ones.
+Names overall(Names first) {
+  first.insert(first.end(), kFixedOverall.begin(), kFixedOverall.end());
+  return first;
 }
 
-TEST_F(CycleAnalysis, GradingAndSuggestions) {
+TEST_F(CycleAnalysis, GradingSuggestionsAndOverallAdvice) {
   auto c = makeContainer();
+  const auto none = c->analyzeCircularDependencies();
+  EXPECT_EQ(std::vector({none.totalCycles, none.criticalCycles, none.highImpactCycles,
+                         none.mediumImpactCycles, none.averageCycleLength, none.longestCycle}),
+            std::vector<std::int64_t>(6, 0));
+  EXPECT_TRUE(none.cycles.empty());
+  EXPECT_EQ(none.recommendations, Names{"No circular dependencies found. Great job!"});
+
   registerName(*c, "S", DependencyScope::singleton);
   registerName(*c, "T", DependencyScope::singleton);
   registerName(*c, "Lazy", DependencyScope::lazy);
@@ -60,6 +62,16 @@ TEST_F(CycleAnalysis, GradingAndSuggestions) {
   EXPECT_EQ(c->generateCycleSuggestions({"UserProtocol", "S", "T"}),
             (Names{"Consider changing S from singleton to transient scope", kEvents, kFactory}));
   EXPECT_EQ(c->generateCycleSuggestions({"Lazy", "StoreInterface"}), (Names{kEvents, kFactory}));
+
+  // The stored impact counts for the first line, the registry for the second.
+  const std::vector<CircularDependency> cycles{{{"A", "B"}, Severity::low, Impact::critical, {}},
+                                               {{"B", "S"}, Severity::low, Impact::medium, {}},
+                                               {{"S", "A"}, Severity::low, Impact::critical, {}}};
+  EXPECT_EQ(c->generateOverallRecommendations(cycles),
+            overall({"Priority: Resolve 2 critical circular dependencies",
+                     "Consider changing singleton scopes to transient for 2 cycles"}));
+  EXPECT_EQ(c->generateOverallRecommendations({{{"A"}, Severity::low, Impact::medium, {}}}),
+            kFixedOverall);
 }
 
 TEST_F(CycleAnalysis, DetailedSearchAndSummary) {
@@ -88,10 +100,9 @@ TEST_F(CycleAnalysis, DetailedSearchAndSummary) {
   EXPECT_EQ(a.mediumImpactCycles, 1);
   EXPECT_EQ(a.averageCycleLength, 2);  // 5 / 2, truncated
   EXPECT_EQ(a.longestCycle, 3);
-  Names expected{"Priority: Resolve 1 critical circular dependencies",
-                 "Consider changing singleton scopes to transient for 1 cycles"};
-  expected.insert(expected.end(), kFixedOverall.begin(), kFixedOverall.end());
-  EXPECT_EQ(a.recommendations, expected);
+  EXPECT_EQ(a.recommendations,
+            overall({"Priority: Resolve 1 critical circular dependencies",
+                     "Consider changing singleton scopes to transient for 1 cycles"}));
 
   // A self-dependency: one member, low; critical only as a singleton.
   auto d = makeContainer();
@@ -106,21 +117,6 @@ TEST_F(CycleAnalysis, DetailedSearchAndSummary) {
             std::tuple(Severity::low, Impact::medium));
   EXPECT_EQ(std::tuple(selfLoops[1].severity, selfLoops[1].impact),
             std::tuple(Severity::low, Impact::critical));
-}
-
-TEST_F(CycleAnalysis, OverallRecommendationsRecheckTheRegistry) {
-  auto c = makeContainer();
-  registerName(*c, "S", DependencyScope::singleton);
-  // The stored impact counts for the first line, the registry for the second.
-  const std::vector<CircularDependency> cycles{{{"A", "B"}, Severity::low, Impact::critical, {}},
-                                               {{"B", "S"}, Severity::low, Impact::medium, {}},
-                                               {{"S", "A"}, Severity::low, Impact::critical, {}}};
-  Names expected{"Priority: Resolve 2 critical circular dependencies",
-                 "Consider changing singleton scopes to transient for 2 cycles"};
-  expected.insert(expected.end(), kFixedOverall.begin(), kFixedOverall.end());
-  EXPECT_EQ(c->generateOverallRecommendations(cycles), expected);
-  EXPECT_EQ(c->generateOverallRecommendations({{{"A"}, Severity::low, Impact::medium, {}}}),
-            kFixedOverall);
 }
 
 }  // namespace

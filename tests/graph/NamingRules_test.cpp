@@ -10,43 +10,44 @@ namespace {
 using Tags = std::vector<std::string>;
 
 TEST(NamingRules, NodeClassificationFromNames) {
-  EXPECT_EQ(layerFor("UserAPIService"), 1);
-  EXPECT_EQ(nodeTypeFor("UserAPIService"), NodeType::service);
-  EXPECT_EQ(nodeCategoryFor("UserAPIService"), NodeCategory::networking);
-  EXPECT_EQ(tagsFor("UserAPIService"), Tags{"api"});
-
-  EXPECT_EQ(layerFor("ProfileViewModel"), 4);
-  EXPECT_EQ(nodeTypeFor("ProfileViewModel"), NodeType::presentation);
-  EXPECT_EQ(nodeCategoryFor("ProfileViewModel"), NodeCategory::presentation);
-  EXPECT_EQ(tagsFor("ProfileViewModel"), Tags{"viewmodel"});
-
-  // The "API" test comes before "Repository" in every rule; tags collect both.
-  EXPECT_EQ(layerFor("UserRepositoryAPI"), 1);
-  EXPECT_EQ(nodeTypeFor("UserRepositoryAPI"), NodeType::service);
-  EXPECT_EQ(nodeCategoryFor("UserRepositoryAPI"), NodeCategory::networking);
-  EXPECT_EQ(tagsFor("UserRepositoryAPI"), (Tags{"api", "repository"}));
-
-  for (const std::string_view name : {"Logger", "apiClient"}) {
-    EXPECT_EQ(layerFor(name), 0) << name;
-    EXPECT_EQ(nodeTypeFor(name), NodeType::component) << name;
-    EXPECT_EQ(nodeCategoryFor(name), NodeCategory::infrastructure) << name;
-    EXPECT_EQ(tagsFor(name), Tags{}) << name;
+  using T = NodeType;
+  using C = NodeCategory;
+  struct Case {
+    std::string_view name;
+    std::int64_t layer;
+    NodeType type;
+    NodeCategory category;
+    Tags tags;
+  };
+  // The "API" test comes before "Repository" in every rule; tags collect every match.
+  const std::vector<Case> cases{
+      {"UserAPIService", 1, T::service, C::networking, {"api"}},
+      {"ProfileViewModel", 4, T::presentation, C::presentation, {"viewmodel"}},
+      {"UserRepositoryAPI", 1, T::service, C::networking, {"api", "repository"}},
+      {"Logger", 0, T::component, C::infrastructure, {}},
+      {"apiClient", 0, T::component, C::infrastructure, {}},  // case-sensitive
+      {"OrderRepository", 2, T::repository, C::infrastructure, {"repository"}},
+      {"LoadUserUseCase", 3, T::useCase, C::infrastructure, {"usecase"}},
+      {"CheckoutInteractor", 0, T::useCase, C::infrastructure, {}},
+      {"OrderPresenter", 0, T::presentation, C::infrastructure, {}},
+      {"DeepLinkHandler", 0, T::manager, C::infrastructure, {}},
+      {"RepositoryManager", 2, T::repository, C::infrastructure, {"repository"}},
+      {"NetworkStorage", 0, T::component, C::networking, {}},
+      {"UserDatabaseView", 0, T::component, C::data, {}},
+      {"SettingsUI", 0, T::component, C::presentation, {}},
+      {"DomainRules", 0, T::component, C::business, {}},
+      {"ViewModelUseCaseRepositoryAPI",
+       1,
+       T::service,
+       C::networking,
+       {"api", "repository", "usecase", "viewmodel"}},
+  };
+  for (const Case& c : cases) {
+    EXPECT_EQ(layerFor(c.name), c.layer) << c.name;
+    EXPECT_EQ(nodeTypeFor(c.name), c.type) << c.name;
+    EXPECT_EQ(nodeCategoryFor(c.name), c.category) << c.name;
+    EXPECT_EQ(tagsFor(c.name), c.tags) << c.name;
   }
-
-  EXPECT_EQ(layerFor("OrderRepository"), 2);
-  EXPECT_EQ(layerFor("LoadUserUseCase"), 3);
-  EXPECT_EQ(nodeTypeFor("OrderRepository"), NodeType::repository);
-  EXPECT_EQ(nodeTypeFor("CheckoutInteractor"), NodeType::useCase);
-  EXPECT_EQ(nodeTypeFor("OrderPresenter"), NodeType::presentation);
-  EXPECT_EQ(nodeTypeFor("DeepLinkHandler"), NodeType::manager);
-  EXPECT_EQ(nodeTypeFor("RepositoryManager"), NodeType::repository);
-  EXPECT_EQ(nodeCategoryFor("NetworkStorage"), NodeCategory::networking);
-  EXPECT_EQ(nodeCategoryFor("UserDatabaseView"), NodeCategory::data);
-  EXPECT_EQ(nodeCategoryFor("SettingsUI"), NodeCategory::presentation);
-  EXPECT_EQ(nodeCategoryFor("DomainRules"), NodeCategory::business);
-  EXPECT_EQ(nodeCategoryFor("OrderPresenter"), NodeCategory::infrastructure);
-  EXPECT_EQ(tagsFor("ViewModelUseCaseRepositoryAPI"),
-            (Tags{"api", "repository", "usecase", "viewmodel"}));
 }
 
 TEST(NamingRules, ComplexityBoundariesAndPositions) {
@@ -69,70 +70,63 @@ TEST(NamingRules, ComplexityBoundariesAndPositions) {
 }
 
 TEST(NamingRules, EdgeClassification) {
-  EXPECT_EQ(relationshipTypeFor("ProfileViewModel", "LoadProfileUseCase"),
-            RelationshipType::presentation);
-  EXPECT_EQ(strengthFor("ProfileViewModel", "LoadProfileUseCase"), RelationshipStrength::weak);
-  EXPECT_EQ(impactFor("LoadProfileUseCase"), PerformanceImpact::low);
-
-  EXPECT_EQ(relationshipTypeFor("UserRepository", "UserAPI"), RelationshipType::dataFlow);
-  EXPECT_EQ(strengthFor("UserRepository", "UserAPI"), RelationshipStrength::strong);
-  EXPECT_EQ(impactFor("UserAPI"), PerformanceImpact::high);
-
-  EXPECT_EQ(relationshipTypeFor("OrderUseCase", "OrderRepository"), RelationshipType::dependency);
-  EXPECT_EQ(strengthFor("OrderUseCase", "OrderRepository"), RelationshipStrength::medium);
-  EXPECT_EQ(impactFor("OrderRepository"), PerformanceImpact::medium);
-
+  using R = RelationshipType;
+  using S = RelationshipStrength;
+  using I = PerformanceImpact;
+  struct Case {
+    std::string_view from, to;
+    RelationshipType type;
+    RelationshipStrength strength;
+    PerformanceImpact impact;  // of the target alone
+  };
   // The repository-to-API rule wins over the use-case-to-repository rule.
-  EXPECT_EQ(relationshipTypeFor("RepositoryUseCase", "RepositoryAPI"), RelationshipType::dataFlow);
-  EXPECT_EQ(strengthFor("RepositoryUseCase", "RepositoryAPI"), RelationshipStrength::strong);
-  EXPECT_EQ(relationshipTypeFor("UserAPI", "UserRepository"), RelationshipType::dependency);
-  EXPECT_EQ(strengthFor("UserAPI", "UserRepository"), RelationshipStrength::weak);
-  EXPECT_EQ(impactFor("OrdersDatabase"), PerformanceImpact::high);
-  EXPECT_EQ(impactFor("apiClient"), PerformanceImpact::low);
+  const std::vector<Case> cases{
+      {"ProfileViewModel", "LoadProfileUseCase", R::presentation, S::weak, I::low},
+      {"UserRepository", "UserAPI", R::dataFlow, S::strong, I::high},
+      {"OrderUseCase", "OrderRepository", R::dependency, S::medium, I::medium},
+      {"RepositoryUseCase", "RepositoryAPI", R::dataFlow, S::strong, I::high},
+      {"UserAPI", "UserRepository", R::dependency, S::weak, I::medium},
+      {"Reporter", "OrdersDatabase", R::dependency, S::weak, I::high},
+      {"Reporter", "apiClient", R::dependency, S::weak, I::low},
+  };
+  for (const Case& c : cases) {
+    EXPECT_EQ(relationshipTypeFor(c.from, c.to), c.type) << c.from << " " << c.to;
+    EXPECT_EQ(strengthFor(c.from, c.to), c.strength) << c.from << " " << c.to;
+    EXPECT_EQ(impactFor(c.to), c.impact) << c.to;
+  }
 }
 
 TEST(NamingRules, MetadataUsesBuildTime) {
-  const Timestamp registered = *parseIso8601("2020-05-01T08:00:00Z");
+  DependencyMetadata metadata{};
+  metadata.scope = DependencyScope::scoped;
+  metadata.lifetime = DependencyLifetime::session;
+  metadata.threadSafety = ThreadSafety::conditionallySafe;
+  metadata.registrationTime = *parseIso8601("2020-05-01T08:00:00Z");
   const Timestamp now = *parseIso8601("2024-01-31T12:00:00.750Z");
-  const DependencyMetadata metadata{DependencyScope::scoped,
-                                    DependencyLifetime::session,
-                                    false,
-                                    true,
-                                    {},
-                                    {},
-                                    registered,
-                                    "OrderRepository",
-                                    true,
-                                    0,
-                                    {},
-                                    ThreadSafety::conditionallySafe};
-  const std::map<std::string, std::string> nodeExpected{{"scope", "scoped"},
-                                                        {"lifetime", "session"},
-                                                        {"threadSafety", "ConditionallySafe"},
-                                                        {"created_at", "2024-01-31T12:00:00Z"}};
-  EXPECT_EQ(nodeMetadataFor(metadata, now), nodeExpected);
-
-  const std::map<std::string, std::string> edgeExpected{{"created_at", "2024-01-31T12:00:00Z"},
-                                                        {"relationship_type", "DataFlow"},
-                                                        {"strength", "Strong"}};
+  EXPECT_EQ(nodeMetadataFor(metadata, now),
+            (std::map<std::string, std::string>{{"scope", "scoped"},
+                                                {"lifetime", "session"},
+                                                {"threadSafety", "ConditionallySafe"},
+                                                {"created_at", "2024-01-31T12:00:00Z"}}));
   EXPECT_EQ(edgeMetadataFor(RelationshipType::dataFlow, RelationshipStrength::strong, now),
-            edgeExpected);
+            (std::map<std::string, std::string>{{"created_at", "2024-01-31T12:00:00Z"},
+                                                {"relationship_type", "DataFlow"},
+                                                {"strength", "Strong"}}));
 }
 
 TEST(NamingRules, SampleFiguresStayInTheirRanges) {
   const Timestamp now = *parseIso8601("2024-01-31T12:00:00Z");
   std::set<double> times;
   std::set<std::int64_t> counts;
+  const auto within = [](double value, double low, double high) {
+    return low <= value && value <= high;
+  };
   for (int i = 0; i < 500; ++i) {
     const auto sample = samplePerformanceMetrics(now);
-    EXPECT_GE(sample.resolutionTime, 0.001);
-    EXPECT_LE(sample.resolutionTime, 0.01);
-    EXPECT_GE(sample.memoryFootprint, 1024.0);
-    EXPECT_LE(sample.memoryFootprint, 10240.0);
-    EXPECT_GE(sample.cacheHitRate, 0.7);
-    EXPECT_LE(sample.cacheHitRate, 0.95);
-    EXPECT_GE(sample.resolutionCount, 1);
-    EXPECT_LE(sample.resolutionCount, 100);
+    EXPECT_PRED3(within, sample.resolutionTime, 0.001, 0.01);
+    EXPECT_PRED3(within, sample.memoryFootprint, 1024.0, 10240.0);
+    EXPECT_PRED3(within, sample.cacheHitRate, 0.7, 0.95);
+    EXPECT_PRED3(within, static_cast<double>(sample.resolutionCount), 1.0, 100.0);
     EXPECT_EQ(sample.lastResolved, now);
     times.insert(sample.resolutionTime);
     counts.insert(sample.resolutionCount);

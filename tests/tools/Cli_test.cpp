@@ -11,6 +11,7 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "tavreldi/graph/DependencyGraph.hpp"
@@ -214,31 +215,25 @@ TEST_F(CliTest, BadInputIsNamedAndExitsWithStatusTwo) {
                  "tavreldi render: cannot open " + missing + ": No such file or directory");
   expectRejected({"report", missing}, "tavreldi report: cannot open " + missing);
 
-  const fs::path malformed = dir / "malformed.json";
-  writeFile(malformed, R"({"nodes": [})");  // the 12th byte is the stray brace
-  expectRejected({"render", malformed.string(), "--type", "mermaid"}, "malformed JSON at byte 12");
-  const fs::path truncated = dir / "truncated.json";
-  writeFile(truncated, readFile(graphFile).substr(0, 100));  // input ends after byte 100
-  expectRejected({"report", truncated.string()}, "malformed JSON at byte 101");
-  const fs::path empty = dir / "empty.json";
-  writeFile(empty, "");
-  expectRejected({"report", empty.string()}, "malformed JSON at byte 1");
-
-  nlohmann::json shape = nlohmann::json(graph);
-  shape.erase("analysis");
-  const fs::path noAnalysis = dir / "no-analysis.json";
-  writeFile(noAnalysis, shape.dump());
-  expectRejected({"render", noAnalysis.string(), "--type", "tree"},
-                 "not a dependency graph: Key not found: \"analysis\"");
-  shape = nlohmann::json(graph);
-  shape["nodes"][2]["layer"] = "top";
-  const fs::path badLayer = dir / "bad-layer.json";
-  writeFile(badLayer, shape.dump());
-  expectRejected({"report", badLayer.string()},
-                 "Invalid value for key \"nodes\": Type mismatch for key \"layer\"");
-  const fs::path array = dir / "array.json";
-  writeFile(array, "[1, 2]");
-  expectRejected({"report", array.string()}, "expected an object for DependencyGraph");
+  // Unreadable or wrong documents: the text of the file, the command and the expected message.
+  nlohmann::json noAnalysis = graph, badLayer = graph;
+  noAnalysis.erase("analysis");
+  badLayer["nodes"][2]["layer"] = "top";
+  const std::vector<std::tuple<std::string, std::string, std::string>> files{
+      {R"({"nodes": [})", "render", "malformed JSON at byte 12"},  // the 12th byte is the brace
+      {readFile(graphFile).substr(0, 100), "report", "malformed JSON at byte 101"},
+      {"", "report", "malformed JSON at byte 1"},
+      {noAnalysis.dump(), "render", "not a dependency graph: Key not found: \"analysis\""},
+      {badLayer.dump(), "report",
+       "Invalid value for key \"nodes\": Type mismatch for key \"layer\""},
+      {"[1, 2]", "report", "expected an object for DependencyGraph"}};
+  const std::string bad = (dir / "bad.json").string();
+  for (const auto& [text, command, message] : files) {
+    writeFile(bad, text);
+    expectRejected(command == "render" ? std::vector<std::string>{command, bad, "--type", "tree"}
+                                       : std::vector<std::string>{command, bad},
+                   message);
+  }
 
   expectRejected({"render", graphFile, "--type", "pie"}, "pie not in");
   expectRejected({"render", graphFile}, "--type is required");
