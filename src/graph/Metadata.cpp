@@ -6,7 +6,7 @@
 #include <string>
 #include <utility>
 
-#include "core/detail/Json.hpp"
+#include "tavreldi/core/Enum.hpp"  // DecodingError
 
 namespace tavreldi {
 
