@@ -294,10 +294,7 @@ void AdvancedDIContainerImpl::registerFactory(const ServiceKey& key, DependencyS
                                      0,
                                      {},
                                      ThreadSafety::safe};
-  if (!slot.inRegistry) {
-    slot.inRegistry = true;
-    s.registryOrder.push_back(&slot);
-  }
+  s.addToRegistry(slot);
   slot.factory = std::move(factory);
   if (!slot.inFactories) {
     slot.inFactories = true;
@@ -319,10 +316,7 @@ void AdvancedDIContainerImpl::registerMetadata(const ServiceKey& key, Dependency
   s.requireHomeThread("registerWithMetadata");
   Slot& slot = s.obtain(key);
   slot.metadata = std::move(metadata);
-  if (!slot.inRegistry) {
-    slot.inRegistry = true;
-    s.registryOrder.push_back(&slot);
-  }
+  s.addToRegistry(slot);
 }
 
 asio::awaitable<AnyInstance> AdvancedDIContainerImpl::resolveInstance(const ServiceKey& key) {

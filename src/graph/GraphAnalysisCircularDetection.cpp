@@ -34,15 +34,14 @@ namespace {
 
 std::vector<CircularDependency> AdvancedDIContainerImpl::findCircularDependenciesDetailed() const {
   state_->requireHomeThread("findCircularDependenciesDetailed");
-  const detail::ObservedGraph graph(*state_);
+  const auto structure = detail::graphStructure(*state_);
   std::vector<CircularDependency> found;
-  detail::forEachCycle(graph, [&](std::span<const std::uint32_t> indices) {
-    std::vector<std::string> cycle = detail::cycleNames(graph, indices);
+  found.reserve(structure->cycles.size());
+  for (const std::vector<std::string>& cycle : structure->cycles) {
     const CircularDependencySeverity severity = calculateCycleSeverity(cycle);
     const CircularDependencyImpact impact = calculateCycleImpact(cycle);
-    std::vector<std::string> suggestions = generateCycleSuggestions(cycle);
-    found.push_back(CircularDependency{std::move(cycle), severity, impact, std::move(suggestions)});
-  });
+    found.push_back(CircularDependency{cycle, severity, impact, generateCycleSuggestions(cycle)});
+  }
   return found;
 }
 

@@ -211,6 +211,91 @@ class LongestPaths {
   std::vector<char> onPath_;
 };
 
+// Sizes and counts the scores are made of.
+struct GraphCounts {
+  std::int64_t nodes = 0;
+  std::int64_t edges = 0;
+  std::int64_t circularEdges = 0;
+  std::int64_t highNodes = 0;
+};
+
+[[nodiscard]] GraphCounts countsOf(const std::vector<DependencyNode>& nodes,
+                                   const std::vector<DependencyEdge>& edges) {
+  return GraphCounts{static_cast<std::int64_t>(nodes.size()),
+                     static_cast<std::int64_t>(edges.size()), countCircularEdges(edges),
+                     countHighNodes(nodes)};
+}
+
+[[nodiscard]] double complexityScore(const GraphCounts& counts) {
+  if (counts.nodes == 0 || counts.edges == 0) return 0;
+  const auto n = static_cast<double>(counts.nodes);
+  const auto e = static_cast<double>(counts.edges);
+  const auto circular = static_cast<double>(counts.circularEdges);
+  const auto high = static_cast<double>(counts.highNodes);
+  const double score = 0.4 * (e / n) + 0.4 * (circular / e) + 0.2 * (high / n);
+  if (!std::isfinite(score) || score <= 0) return 0;
+  return std::min(score, 1.0);
+}
+
+[[nodiscard]] HealthScore healthScore(const GraphCounts& counts, double hitPercentage) {
+  const double performance = 1 - complexityScore(counts);
+  const double maintainability = counts.circularEdges == 0 ? 1.0 : 0.0;
+  const double testability = hitPercentage;
+  const double scalability = 0.8;
+  const double security = 0.9;
+  const double reliability = 0.85;
+  const double overall =
+      (performance + maintainability + testability + scalability + security + reliability) / 6;
+  return HealthScore{overall,     performance, maintainability, testability,
+                     scalability, security,    reliability};
+}
+
+[[nodiscard]] std::vector<Recommendation> recommendationsFor(
+    const GraphCounts& counts, const std::vector<DependencyNode>& nodes,
+    const std::vector<DependencyEdge>& edges) {
+  std::vector<Recommendation> recommendations;
+  const std::int64_t circular = counts.circularEdges;
+  if (circular > 0) {
+    std::vector<std::string> affected;
+    std::unordered_set<std::string_view> seen;
+    for (const DependencyEdge& edge : edges) {
+      if (!edge.isCircular) continue;
+      if (seen.insert(edge.from).second) affected.push_back(edge.from);
+      if (seen.insert(edge.to).second) affected.push_back(edge.to);
+    }
+    recommendations.push_back(Recommendation{
+        RecommendationType::architecture, RecommendationPriority::high,
+        "Resolve Circular Dependencies",
+        "Found " + std::to_string(circular) + " circular dependencies that should be resolved",
+        std::move(affected), "High", EffortLevel::medium});
+  }
+  const std::int64_t high = counts.highNodes;
+  if (high > 0) {
+    std::vector<std::string> affected;
+    for (const DependencyNode& node : nodes) {
+      if (node.complexity == ComplexityLevel::high) affected.push_back(node.id);
+    }
+    recommendations.push_back(Recommendation{
+        RecommendationType::maintainability, RecommendationPriority::medium,
+        "Reduce Node Complexity", "Found " + std::to_string(high) + " nodes with high complexity",
+        std::move(affected), "Medium", EffortLevel::high});
+  }
+  return recommendations;
+}
+
+// The architecture metrics, given how many edges lead to a higher layer.
+[[nodiscard]] ArchitectureMetrics architectureMetrics(std::int64_t layerViolations,
+                                                      const std::vector<DependencyNode>& nodes) {
+  const std::int64_t crowded =
+      std::count_if(nodes.begin(), nodes.end(),
+                    [](const DependencyNode& node) { return node.dependencies.size() >= 6; });
+  const double compliance = nodes.empty()
+                                ? 1.0
+                                : std::max(0.0, 1 - static_cast<double>(layerViolations + crowded) /
+                                                        static_cast<double>(nodes.size()));
+  return ArchitectureMetrics{layerViolations, 0, crowded, 0, 0, 0, compliance};
+}
+
 }  // namespace
 
 ComplexityMetrics AdvancedDIContainerImpl::createComplexityMetrics(
@@ -228,14 +313,7 @@ ComplexityMetrics AdvancedDIContainerImpl::createComplexityMetrics(
 double AdvancedDIContainerImpl::calculateComplexityScore(
     const std::vector<DependencyNode>& nodes, const std::vector<DependencyEdge>& edges) const {
   state_->requireHomeThread("calculateComplexityScore");
-  if (nodes.empty() || edges.empty()) return 0;
-  const auto n = static_cast<double>(nodes.size());
-  const auto e = static_cast<double>(edges.size());
-  const auto circular = static_cast<double>(countCircularEdges(edges));
-  const auto high = static_cast<double>(countHighNodes(nodes));
-  const double score = 0.4 * (e / n) + 0.4 * (circular / e) + 0.2 * (high / n);
-  if (!std::isfinite(score) || score <= 0) return 0;
-  return std::min(score, 1.0);
+  return complexityScore(countsOf(nodes, edges));
 }
 
 ArchitectureMetrics AdvancedDIContainerImpl::createArchitectureMetrics(
@@ -251,29 +329,13 @@ ArchitectureMetrics AdvancedDIContainerImpl::createArchitectureMetrics(
   const std::int64_t layerViolations =
       std::count_if(edges.begin(), edges.end(),
                     [&](const DependencyEdge& edge) { return layer(edge.from) < layer(edge.to); });
-  const std::int64_t crowded =
-      std::count_if(nodes.begin(), nodes.end(),
-                    [](const DependencyNode& node) { return node.dependencies.size() >= 6; });
-  const double compliance = nodes.empty()
-                                ? 1.0
-                                : std::max(0.0, 1 - static_cast<double>(layerViolations + crowded) /
-                                                        static_cast<double>(nodes.size()));
-  return ArchitectureMetrics{layerViolations, 0, crowded, 0, 0, 0, compliance};
+  return architectureMetrics(layerViolations, nodes);
 }
 
 HealthScore AdvancedDIContainerImpl::createHealthScore(
     const std::vector<DependencyNode>& nodes, const std::vector<DependencyEdge>& edges) const {
   state_->requireHomeThread("createHealthScore");
-  const double performance = 1 - calculateComplexityScore(nodes, edges);
-  const double maintainability = countCircularEdges(edges) == 0 ? 1.0 : 0.0;
-  const double testability = hitPercentage(resolutionTotals(*state_));
-  const double scalability = 0.8;
-  const double security = 0.9;
-  const double reliability = 0.85;
-  const double overall =
-      (performance + maintainability + testability + scalability + security + reliability) / 6;
-  return HealthScore{overall,     performance, maintainability, testability,
-                     scalability, security,    reliability};
+  return healthScore(countsOf(nodes, edges), hitPercentage(resolutionTotals(*state_)));
 }
 
 GraphPerformanceMetrics AdvancedDIContainerImpl::createGraphPerformanceMetrics(
@@ -364,53 +426,30 @@ std::vector<CriticalPath> AdvancedDIContainerImpl::createCriticalPaths(
 std::vector<Recommendation> AdvancedDIContainerImpl::createRecommendations(
     const std::vector<DependencyNode>& nodes, const std::vector<DependencyEdge>& edges) const {
   state_->requireHomeThread("createRecommendations");
-  std::vector<Recommendation> recommendations;
-  const std::int64_t circular = countCircularEdges(edges);
-  if (circular > 0) {
-    std::vector<std::string> affected;
-    std::unordered_set<std::string_view> seen;
-    for (const DependencyEdge& edge : edges) {
-      if (!edge.isCircular) continue;
-      if (seen.insert(edge.from).second) affected.push_back(edge.from);
-      if (seen.insert(edge.to).second) affected.push_back(edge.to);
-    }
-    recommendations.push_back(Recommendation{
-        RecommendationType::architecture, RecommendationPriority::high,
-        "Resolve Circular Dependencies",
-        "Found " + std::to_string(circular) + " circular dependencies that should be resolved",
-        std::move(affected), "High", EffortLevel::medium});
-  }
-  const std::int64_t high = countHighNodes(nodes);
-  if (high > 0) {
-    std::vector<std::string> affected;
-    for (const DependencyNode& node : nodes) {
-      if (node.complexity == ComplexityLevel::high) affected.push_back(node.id);
-    }
-    recommendations.push_back(Recommendation{
-        RecommendationType::maintainability, RecommendationPriority::medium,
-        "Reduce Node Complexity", "Found " + std::to_string(high) + " nodes with high complexity",
-        std::move(affected), "Medium", EffortLevel::high});
-  }
-  return recommendations;
+  return recommendationsFor(countsOf(nodes, edges), nodes, edges);
 }
 
 GraphAnalysis detail::analyseGraph(const AdvancedDIContainerImpl& container,
                                    const NodesAndEdges& graph,
                                    std::chrono::steady_clock::time_point start) {
   GraphAnalysis analysis;
-  analysis.hasCircularDependencies = !graph.cycles.empty();
+  const detail::GraphStructure& structure = *graph.structure;
+  analysis.hasCircularDependencies = !structure.cycles.empty();
   analysis.totalNodes = static_cast<std::int64_t>(graph.nodes.size());
   analysis.totalDependencies = static_cast<std::int64_t>(graph.edges.size());
-  analysis.maxDepth = graph.maxDepth;
-  analysis.circularDependencyChains = graph.cycles;
+  analysis.maxDepth = structure.maxDepth;
+  analysis.circularDependencyChains = structure.cycles;
   analysis.memoryUsage = static_cast<double>(container.getMemoryUsage());
-  analysis.cacheEfficiency = hitPercentage(resolutionTotals(container.state()));
+  const double hits = hitPercentage(resolutionTotals(container.state()));
+  analysis.cacheEfficiency = hits;
   analysis.isComplete = true;
   analysis.complexityMetrics = container.createComplexityMetrics(graph.nodes, graph.edges);
   analysis.performanceMetrics = container.createGraphPerformanceMetrics(graph.nodes);
-  analysis.architectureMetrics = container.createArchitectureMetrics(graph.nodes, graph.edges);
-  analysis.healthScore = container.createHealthScore(graph.nodes, graph.edges);
-  analysis.recommendations = container.createRecommendations(graph.nodes, graph.edges);
+  analysis.architectureMetrics = architectureMetrics(graph.layerViolations, graph.nodes);
+  const GraphCounts counts{analysis.totalNodes, analysis.totalDependencies, graph.circularEdges,
+                           graph.highNodes};
+  analysis.healthScore = healthScore(counts, hits);
+  analysis.recommendations = recommendationsFor(counts, graph.nodes, graph.edges);
   const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
   // Always positive, even should the clock not have advanced.
   analysis.analysisTime = std::max(elapsed.count(), std::numeric_limits<double>::min());

@@ -31,14 +31,6 @@ namespace {
 
 constexpr std::uint32_t kNone = std::numeric_limits<std::uint32_t>::max();
 
-[[nodiscard]] std::uint64_t orderedPair(std::uint32_t a, std::uint32_t b) noexcept {
-  return (static_cast<std::uint64_t>(a) << 32) | b;
-}
-
-[[nodiscard]] std::uint64_t unorderedPair(std::uint32_t a, std::uint32_t b) noexcept {
-  return a < b ? orderedPair(a, b) : orderedPair(b, a);
-}
-
 }  // namespace
 
 StrongComponents::StrongComponents(std::span<const std::uint32_t> offsets,
@@ -126,26 +118,62 @@ std::vector<std::string> cycleNames(const ObservedGraph& graph,
   return names;
 }
 
+GraphStructure::GraphStructure(const ContainerState& state)
+    : version(state.structureVersion), graph(state) {
+  std::size_t length = 0;
+  for (const Slot* slot : graph.slots) length += slot->name.size();
+  packedNames_.reserve(length);
+  for (const Slot* slot : graph.slots) packedNames_ += slot->name;
+  names.reserve(graph.size());
+  traits.reserve(graph.size());
+  std::size_t at = 0;
+  for (const Slot* slot : graph.slots) {
+    names.push_back(std::string_view(packedNames_).substr(at, slot->name.size()));
+    at += slot->name.size();
+    traits.push_back(traitsOf(names.back()));
+  }
+  // The cycles, found once; a name is circular when it lies on one, an edge when its two ends
+  // are neighbours on one.
+  onCycle.assign(graph.size(), 0);
+  forEachCycle(graph, [&](std::span<const std::uint32_t> cycle) {
+    cycles.push_back(cycleNames(graph, cycle));
+    for (std::size_t k = 0; k < cycle.size(); ++k) {
+      onCycle[cycle[k]] = 1;
+      ringPairs_.insert(unorderedPair(cycle[k], cycle[(k + 1) % cycle.size()]));
+    }
+  });
+  maxDepth = maxDependencyDepth(graph);
+}
+
+std::shared_ptr<const GraphStructure> graphStructure(const ContainerState& state) {
+  if (!state.graphStructure || state.graphStructure->version != state.structureVersion) {
+    state.graphStructure.reset();  // the old one's memory back first
+    state.graphStructure = std::make_shared<const GraphStructure>(state);
+  }
+  return state.graphStructure;
+}
+
 namespace {
 
-// Edge fields that depend only on the two names, with the metadata shared per kind.
+// Edge fields that depend only on the two names' roles, with the metadata shared per kind.
 class EdgeFactory {
  public:
   explicit EdgeFactory(Timestamp now) : now_(now) {}
 
-  [[nodiscard]] DependencyEdge make(const std::string& from, const std::string& to, bool circular) {
-    const RelationshipType type = relationshipTypeFor(from, to);
-    const RelationshipStrength strength = strengthFor(from, to);
+  [[nodiscard]] DependencyEdge make(std::string_view from, Roles fromRoles, std::string_view to,
+                                    Roles toRoles, bool circular) {
+    const RelationshipType type = relationshipTypeFor(fromRoles, toRoles);
+    const RelationshipStrength strength = strengthFor(fromRoles, toRoles);
     auto& metadata = metadata_[static_cast<std::size_t>(type)][static_cast<std::size_t>(strength)];
     if (!metadata) metadata = edgeMetadataFor(type, strength, now_);
-    return DependencyEdge{from,
-                          to,
+    return DependencyEdge{std::string(from),
+                          std::string(to),
                           "depends_on",
                           circular,
                           type,
                           strength,
                           EdgeDirection::unidirectional,
-                          impactFor(to),
+                          impactFor(toRoles),
                           *metadata};
   }
 
@@ -177,66 +205,69 @@ class NodeMetadataCache {
 }  // namespace
 
 NodesAndEdges buildNodesAndEdges(const ContainerState& state) {
-  const ObservedGraph graph(state);
-  const Timestamp now = std::chrono::system_clock::now();
   NodesAndEdges result;
-
-  // The cycles, computed once; a name is circular when it lies on one, an edge when its two
-  // ends are neighbours on one (a one-name cycle makes its self-edge circular).
-  std::vector<char> onCycle(graph.size(), 0);
-  std::unordered_set<std::uint64_t> ringNeighbours;
-  forEachCycle(graph, [&](std::span<const std::uint32_t> cycle) {
-    result.cycles.push_back(cycleNames(graph, cycle));
-    for (std::size_t k = 0; k < cycle.size(); ++k) {
-      onCycle[cycle[k]] = 1;
-      ringNeighbours.insert(unorderedPair(cycle[k], cycle[(k + 1) % cycle.size()]));
-    }
-  });
-  const auto circular = [&](const Slot* from, const Slot* to) {
-    return !ringNeighbours.empty() &&
-           ringNeighbours.contains(unorderedPair(from->index, to->index));
-  };
+  result.structure = graphStructure(state);
+  const GraphStructure& structure = *result.structure;
+  const ObservedGraph& graph = structure.graph;
+  const Timestamp now = std::chrono::system_clock::now();
 
   const std::size_t nodeCount = state.registryOrder.size();
   result.nodes.reserve(nodeCount);
   NodeMetadataCache nodeMetadata(now);
   for (std::size_t i = 0; i < nodeCount; ++i) {
     const Slot& slot = *state.registryOrder[i];
+    const std::uint32_t v = slot.index;
+    const NameTraits& traits = structure.traits[v];
+    const auto successors = graph.successors(v);
     std::vector<std::string> dependencies;
-    dependencies.reserve(slot.dependencies.size());
-    for (const Slot* dependency : slot.dependencies) dependencies.push_back(dependency->name);
+    dependencies.reserve(successors.size());
+    for (const std::uint32_t w : successors) dependencies.emplace_back(structure.names[w]);
     const ComplexityLevel complexity = complexityFor(dependencies.size());
+    if (complexity == ComplexityLevel::high) ++result.highNodes;
     result.nodes.push_back(DependencyNode{
-        slot.name, slot.metadata->scope, std::move(dependencies), layerFor(slot.name),
-        onCycle[graph.roots[i]] != 0, positionFor(i, nodeCount), nodeTypeFor(slot.name),
-        nodeCategoryFor(slot.name), complexity, samplePerformanceMetrics(now),
-        nodeMetadata.get(*slot.metadata), tagsFor(slot.name)});
+        std::string(structure.names[v]), slot.metadata->scope, std::move(dependencies),
+        traits.layer, structure.onCycle[v] != 0, positionFor(i, nodeCount), traits.type,
+        traits.category, complexity, samplePerformanceMetrics(now),
+        nodeMetadata.get(*slot.metadata), tagsFor(traits.roles)});
   }
 
+  // An edge leads to a higher layer when its target's node has a greater layer than its
+  // source's; a name without a node counts as layer 0.
+  const auto layerOf = [&](std::uint32_t index) {
+    return graph.registered[index] != 0 ? structure.traits[index].layer : 0;
+  };
   // Edges: observed first (distinct already: one set per name), then the declared ones not
   // observed and not declared before by the same name.
   std::size_t edgeCount = graph.targets.size();
   for (const Slot* slot : state.registryOrder) edgeCount += slot->metadata->dependencies.size();
   result.edges.reserve(edgeCount);
   EdgeFactory edges(now);
+  const auto addEdge = [&](std::uint32_t from, std::string_view to, const Slot* target) {
+    const bool circular = target != nullptr && structure.ringNeighbours(from, target->index);
+    const Roles toRoles =
+        target != nullptr ? structure.traits[target->index].roles : traitsOf(to).roles;
+    result.edges.push_back(
+        edges.make(structure.names[from], structure.traits[from].roles, to, toRoles, circular));
+    if (circular) ++result.circularEdges;
+    if (layerOf(from) < (target != nullptr ? layerOf(target->index) : 0)) {
+      ++result.layerViolations;
+    }
+  };
   for (const Slot* slot : state.dependencyMapOrder) {
-    for (const Slot* dependency : slot->dependencies) {
-      result.edges.push_back(edges.make(slot->name, dependency->name, circular(slot, dependency)));
+    for (const std::uint32_t target : graph.successors(slot->index)) {
+      addEdge(slot->index, structure.names[target], graph.slots[target]);
     }
   }
   for (const Slot* slot : state.registryOrder) {
     const std::vector<std::string>& declared = slot->metadata->dependencies;
     std::unordered_set<std::string_view> declaredBefore;
     for (const std::string& name : declared) {
-      Slot* const target = state.find(name);
+      const Slot* const target = state.find(name);
       if (target != nullptr && slot->dependsOn(target)) continue;
       if (declared.size() > 1 && !declaredBefore.insert(name).second) continue;
-      result.edges.push_back(
-          edges.make(slot->name, name, target != nullptr && circular(slot, target)));
+      addEdge(slot->index, name, target);
     }
   }
-
-  result.maxDepth = maxDependencyDepth(graph);
   return result;
 }
 
@@ -257,12 +288,7 @@ asio::awaitable<void> AdvancedDIContainerImpl::validateDependencies() {
 
 std::vector<std::vector<std::string>> AdvancedDIContainerImpl::findCircularDependencies() const {
   state_->requireHomeThread("findCircularDependencies");
-  const detail::ObservedGraph graph(*state_);
-  std::vector<std::vector<std::string>> cycles;
-  detail::forEachCycle(graph, [&](std::span<const std::uint32_t> cycle) {
-    cycles.push_back(detail::cycleNames(graph, cycle));
-  });
-  return cycles;
+  return detail::graphStructure(*state_)->cycles;
 }
 
 std::int64_t AdvancedDIContainerImpl::getDependencyDepth(std::string_view name) const {

@@ -34,29 +34,39 @@ std::size_t integerSquareRoot(std::size_t n) noexcept {
 
 }  // namespace
 
-std::int64_t layerFor(std::string_view name) noexcept {
-  if (has(name, "API")) return 1;
-  if (has(name, "Repository")) return 2;
-  if (has(name, "UseCase")) return 3;
-  if (has(name, "ViewModel")) return 4;
-  return 0;
-}
+NameTraits traitsOf(std::string_view name) noexcept {
+  NameTraits traits;
+  const bool api = has(name, "API");
+  const bool repository = has(name, "Repository");
+  const bool useCase = has(name, "UseCase");
+  const bool viewModel = has(name, "ViewModel");
+  traits.roles = static_cast<Roles>(
+      (api ? kApiRole : 0) | (repository ? kRepositoryRole : 0) | (useCase ? kUseCaseRole : 0) |
+      (viewModel ? kViewModelRole : 0) | (has(name, "Database") ? kDatabaseRole : 0));
+  traits.layer = api ? 1 : repository ? 2 : useCase ? 3 : viewModel ? 4 : 0;
 
-NodeType nodeTypeFor(std::string_view name) noexcept {
-  if (has(name, "API") || has(name, "Service")) return NodeType::service;
-  if (has(name, "Repository")) return NodeType::repository;
-  if (has(name, "UseCase") || has(name, "Interactor")) return NodeType::useCase;
-  if (has(name, "ViewModel") || has(name, "Presenter")) return NodeType::presentation;
-  if (has(name, "Manager") || has(name, "Handler")) return NodeType::manager;
-  return NodeType::component;
-}
+  if (api || has(name, "Service")) {
+    traits.type = NodeType::service;
+  } else if (repository) {
+    traits.type = NodeType::repository;
+  } else if (useCase || has(name, "Interactor")) {
+    traits.type = NodeType::useCase;
+  } else if (viewModel || has(name, "Presenter")) {
+    traits.type = NodeType::presentation;
+  } else if (has(name, "Manager") || has(name, "Handler")) {
+    traits.type = NodeType::manager;
+  }
 
-NodeCategory nodeCategoryFor(std::string_view name) noexcept {
-  if (has(name, "API") || has(name, "Network")) return NodeCategory::networking;
-  if (has(name, "Database") || has(name, "Storage")) return NodeCategory::data;
-  if (has(name, "UI") || has(name, "View")) return NodeCategory::presentation;
-  if (has(name, "Business") || has(name, "Domain")) return NodeCategory::business;
-  return NodeCategory::infrastructure;
+  if (api || has(name, "Network")) {
+    traits.category = NodeCategory::networking;
+  } else if ((traits.roles & kDatabaseRole) != 0 || has(name, "Storage")) {
+    traits.category = NodeCategory::data;
+  } else if (has(name, "UI") || has(name, "View")) {
+    traits.category = NodeCategory::presentation;
+  } else if (has(name, "Business") || has(name, "Domain")) {
+    traits.category = NodeCategory::business;
+  }
+  return traits;
 }
 
 ComplexityLevel complexityFor(std::size_t dependencyCount) noexcept {
@@ -81,12 +91,12 @@ NodePerformanceMetrics samplePerformanceMetrics(Timestamp now) {
   return metrics;
 }
 
-std::vector<std::string> tagsFor(std::string_view name) {
+std::vector<std::string> tagsFor(Roles roles) {
   std::vector<std::string> tags;
-  if (has(name, "API")) tags.emplace_back("api");
-  if (has(name, "Repository")) tags.emplace_back("repository");
-  if (has(name, "UseCase")) tags.emplace_back("usecase");
-  if (has(name, "ViewModel")) tags.emplace_back("viewmodel");
+  if ((roles & kApiRole) != 0) tags.emplace_back("api");
+  if ((roles & kRepositoryRole) != 0) tags.emplace_back("repository");
+  if ((roles & kUseCaseRole) != 0) tags.emplace_back("usecase");
+  if ((roles & kViewModelRole) != 0) tags.emplace_back("viewmodel");
   return tags;
 }
 
@@ -100,23 +110,30 @@ std::map<std::string, std::string> nodeMetadataFor(const DependencyMetadata& met
   };
 }
 
-RelationshipType relationshipTypeFor(std::string_view from, std::string_view to) noexcept {
-  if (has(from, "Repository") && has(to, "API")) return RelationshipType::dataFlow;
-  if (has(from, "UseCase") && has(to, "Repository")) return RelationshipType::dependency;
-  if (has(from, "ViewModel") && has(to, "UseCase")) return RelationshipType::presentation;
+namespace {
+
+[[nodiscard]] constexpr bool both(Roles from, Roles fromRole, Roles to, Roles toRole) noexcept {
+  return (from & fromRole) != 0 && (to & toRole) != 0;
+}
+
+}  // namespace
+
+RelationshipType relationshipTypeFor(Roles from, Roles to) noexcept {
+  if (both(from, kRepositoryRole, to, kApiRole)) return RelationshipType::dataFlow;
+  if (both(from, kUseCaseRole, to, kRepositoryRole)) return RelationshipType::dependency;
+  if (both(from, kViewModelRole, to, kUseCaseRole)) return RelationshipType::presentation;
   return RelationshipType::dependency;
 }
 
-RelationshipStrength strengthFor(std::string_view from, std::string_view to) noexcept {
-  if (has(from, "Repository") && has(to, "API")) return RelationshipStrength::strong;
-  if (has(from, "UseCase") && has(to, "Repository")) return RelationshipStrength::medium;
+RelationshipStrength strengthFor(Roles from, Roles to) noexcept {
+  if (both(from, kRepositoryRole, to, kApiRole)) return RelationshipStrength::strong;
+  if (both(from, kUseCaseRole, to, kRepositoryRole)) return RelationshipStrength::medium;
   return RelationshipStrength::weak;
 }
 
-PerformanceImpact impactFor(std::string_view to) noexcept {
-  if (has(to, "API")) return PerformanceImpact::high;
-  if (has(to, "Database")) return PerformanceImpact::high;
-  if (has(to, "Repository")) return PerformanceImpact::medium;
+PerformanceImpact impactFor(Roles to) noexcept {
+  if ((to & (kApiRole | kDatabaseRole)) != 0) return PerformanceImpact::high;
+  if ((to & kRepositoryRole) != 0) return PerformanceImpact::medium;
   return PerformanceImpact::low;
 }
 

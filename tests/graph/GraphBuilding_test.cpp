@@ -230,6 +230,40 @@ TEST_F(GraphBuilding, DepthFollowsInsertionOrder) {
   }
 }
 
+// What a build derives from names and observed dependencies is kept for the next build; each
+// kind of change must show in it: a name registered after being observed, a new observed
+// dependency, a new name, and a replaced registration (whose scope is read afresh).
+TEST_F(GraphBuilding, EveryChangeShowsInTheNextBuild) {
+  auto c = makeContainer();
+  const auto check = [&](std::size_t nodes, std::int64_t maxDepth, std::int64_t violations,
+                         const Cycles& cycles) {
+    const auto g = run(c->getDependencyGraph());
+    EXPECT_EQ(g.nodes.size(), nodes);
+    EXPECT_EQ(g.analysis.maxDepth, maxDepth);
+    EXPECT_EQ(g.analysis.architectureMetrics.layerViolations, violations);
+    EXPECT_EQ(c->createArchitectureMetrics(g.nodes, g.edges).layerViolations, violations);
+    EXPECT_EQ(g.analysis.circularDependencyChains, cycles);
+    EXPECT_EQ(c->findCircularDependencies(), cycles);
+    EXPECT_EQ(c->analyzeCircularDependencies().totalCycles, std::ssize(cycles));
+    return g;
+  };
+  registerName(*c, "UserAPI");
+  observe(*c, "UserAPI", {"LoadUserUseCase"});
+  check(1, 1, 0, {});  // the use case has no node yet: layer 0
+  registerName(*c, "LoadUserUseCase");
+  check(2, 1, 1, {});  // layer 1 depends on layer 3
+  observe(*c, "LoadUserUseCase", {"UserAPI"});
+  check(2, 2, 1, {{"UserAPI", "LoadUserUseCase"}});
+  observe(*c, "LoadUserUseCase", {"Logger"});
+  auto g = check(2, 2, 1, {{"UserAPI", "LoadUserUseCase"}});
+  EXPECT_EQ(g.edges.size(), 3U);
+  EXPECT_FALSE(g.edges.back().isCircular);
+  EXPECT_EQ(g.nodes.front().scope, DependencyScope::transient);
+  registerName(*c, "UserAPI", DependencyScope::singleton);
+  g = check(2, 2, 1, {{"UserAPI", "LoadUserUseCase"}});
+  EXPECT_EQ(g.nodes.front().scope, DependencyScope::singleton);
+}
+
 TEST_F(GraphBuilding, EmptyContainerAndValidation) {
   auto c = makeContainer();
   EXPECT_TRUE(c->findCircularDependencies().empty());
@@ -260,7 +294,11 @@ TEST_F(GraphBuilding, AgreesWithLiteralDefinitionsOnRandomGraphs) {
     const double density = round < 400 ? std::array{0.1, 0.2, 0.35, 0.6}[rng() % 4]
                                        : std::array{0.03, 0.05, 0.08}[rng() % 3];
     Names all;
-    for (int i = 0; i < n; ++i) all.push_back("S" + std::to_string(i));
+    for (int i = 0; i < n; ++i) {  // names of every layer, for the layer figures
+      all.push_back(
+          std::array{"S", "UserAPI", "UserRepository", "LoadUseCase", "ViewModel"}[i % 5] +
+          std::to_string(i));
+    }
     Model m;
     for (const auto& name : all) {
       if (chance(0.85)) m.registry.push_back(name);
@@ -286,6 +324,11 @@ TEST_F(GraphBuilding, AgreesWithLiteralDefinitionsOnRandomGraphs) {
     const DependencyGraph g = run(c->getDependencyGraph());
     ASSERT_EQ(g.analysis.circularDependencyChains, cycles);
     ASSERT_EQ(g.nodes.size(), m.registry.size());
+    // Figures counted while building agree with the public functions over the built lists.
+    EXPECT_EQ(g.analysis.architectureMetrics.layerViolations,
+              c->createArchitectureMetrics(g.nodes, g.edges).layerViolations);
+    EXPECT_EQ(g.analysis.healthScore.overall, c->createHealthScore(g.nodes, g.edges).overall);
+    EXPECT_EQ(g.analysis.recommendations, c->createRecommendations(g.nodes, g.edges));
     std::int64_t maxDepth = 0;
     for (std::size_t i = 0; i < m.registry.size(); ++i) {
       const auto& id = m.registry[i];

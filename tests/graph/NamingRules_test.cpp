@@ -43,10 +43,11 @@ TEST(NamingRules, NodeClassificationFromNames) {
        {"api", "repository", "usecase", "viewmodel"}},
   };
   for (const Case& c : cases) {
-    EXPECT_EQ(layerFor(c.name), c.layer) << c.name;
-    EXPECT_EQ(nodeTypeFor(c.name), c.type) << c.name;
-    EXPECT_EQ(nodeCategoryFor(c.name), c.category) << c.name;
-    EXPECT_EQ(tagsFor(c.name), c.tags) << c.name;
+    const NameTraits traits = traitsOf(c.name);
+    EXPECT_EQ(traits.layer, c.layer) << c.name;
+    EXPECT_EQ(traits.type, c.type) << c.name;
+    EXPECT_EQ(traits.category, c.category) << c.name;
+    EXPECT_EQ(tagsFor(traits.roles), c.tags) << c.name;
   }
 }
 
@@ -90,9 +91,11 @@ TEST(NamingRules, EdgeClassification) {
       {"Reporter", "apiClient", R::dependency, S::weak, I::low},
   };
   for (const Case& c : cases) {
-    EXPECT_EQ(relationshipTypeFor(c.from, c.to), c.type) << c.from << " " << c.to;
-    EXPECT_EQ(strengthFor(c.from, c.to), c.strength) << c.from << " " << c.to;
-    EXPECT_EQ(impactFor(c.to), c.impact) << c.to;
+    const Roles from = traitsOf(c.from).roles;
+    const Roles to = traitsOf(c.to).roles;
+    EXPECT_EQ(relationshipTypeFor(from, to), c.type) << c.from << " " << c.to;
+    EXPECT_EQ(strengthFor(from, to), c.strength) << c.from << " " << c.to;
+    EXPECT_EQ(impactFor(to), c.impact) << c.to;
   }
 }
 

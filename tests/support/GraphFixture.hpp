@@ -32,10 +32,7 @@ inline void registerName(AdvancedDIContainerImpl& container, std::string_view na
                                      0,
                                      std::move(declared),
                                      ThreadSafety::safe};
-  if (!slot.inRegistry) {
-    slot.inRegistry = true;
-    state.registryOrder.push_back(&slot);
-  }
+  state.addToRegistry(slot);
 }
 
 /// Records that `from` was seen resolving each of `to`, in order.

@@ -33,6 +33,8 @@
 
 namespace tavreldi::detail {
 
+struct GraphStructure;  // graph/detail/GraphBuilding.hpp
+
 struct Slot {
   Slot(std::string slotName, std::uint32_t slotIndex)
       : name(std::move(slotName)), index(slotIndex) {}
@@ -98,6 +100,12 @@ struct ContainerState {
   std::string scopeId = "default";
 
   std::vector<Slot*> resolutionStack;
+
+  // Bumped whenever a name, an observed dependency or a registration is added. What graph
+  // building derives from those alone (cycles, greatest depth, what the names tell) is kept in
+  // `graphStructure` and made anew only when this has moved on.
+  std::uint64_t structureVersion = 0;
+  mutable std::shared_ptr<const GraphStructure> graphStructure;
   std::shared_ptr<Attachments> attachments = std::make_shared<Attachments>();
 
   [[nodiscard]] bool onHomeThread() const noexcept {
@@ -125,6 +133,7 @@ struct ContainerState {
     if (Slot* slot = find(name)) return *slot;
     Slot& slot = slots.emplace_back(std::string(name), static_cast<std::uint32_t>(slots.size()));
     byName.emplace(slot.name, &slot);
+    ++structureVersion;
     return slot;
   }
 
@@ -135,6 +144,14 @@ struct ContainerState {
     if (key.id >= byTypeId.size()) byTypeId.resize(key.id + 1, nullptr);
     byTypeId[key.id] = &slot;
     return slot;
+  }
+
+  /// Adds `slot` to the registry's keys unless it is there already.
+  void addToRegistry(Slot& slot) {
+    if (slot.inRegistry) return;
+    slot.inRegistry = true;
+    registryOrder.push_back(&slot);
+    ++structureVersion;
   }
 
   /// Scoped instances of the current scope, or null when the scope has no map.
@@ -151,6 +168,7 @@ struct ContainerState {
     }
     if (owner.dependsOn(&dependency)) return false;
     owner.dependencies.push_back(&dependency);
+    ++structureVersion;
     if (owner.dependencySet) {
       owner.dependencySet->insert(&dependency);
     } else if (owner.dependencies.size() > Slot::kLinearDependencyScan) {

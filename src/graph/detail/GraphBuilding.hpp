@@ -11,11 +11,14 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "core/detail/ContainerState.hpp"
+#include "graph/detail/NamingRules.hpp"
 #include "tavreldi/graph/DependencyGraph.hpp"
 
 namespace tavreldi {
@@ -112,12 +115,49 @@ inline constexpr std::size_t kDefaultReachBudget = std::size_t{32} << 20;
 [[nodiscard]] std::int64_t maxDependencyDepth(const ObservedGraph& graph,
                                               std::size_t reachBudget = kDefaultReachBudget);
 
-/// A built graph: nodes, edges, the cycles they were marked with, and the greatest depth.
+/// What graph building derives from the names, the observed dependencies and the registry's
+/// keys alone. The container keeps the latest one and makes a new one only after one of those
+/// was added to (`ContainerState::structureVersion`); the rest of a graph (scopes, declared
+/// dependencies, timestamps, sample figures) is read afresh on every build.
+struct GraphStructure {
+  explicit GraphStructure(const ContainerState& state);
+
+  std::uint64_t version;
+  ObservedGraph graph;
+  // Per index: the name, packed together, so that building reads names from one small block
+  // rather than from every slot.
+  std::vector<std::string_view> names;
+  std::vector<NameTraits> traits;                // per index
+  std::vector<std::vector<std::string>> cycles;  // in the order the cycle search finds them
+  std::vector<char> onCycle;                     // per index: the name lies on a cycle
+  std::int64_t maxDepth = 0;                     // over the registered names
+
+  /// Whether the two names are neighbours on a cycle (a one-name cycle: its self-edge).
+  [[nodiscard]] bool ringNeighbours(std::uint32_t a, std::uint32_t b) const {
+    return onCycle[a] != 0 && onCycle[b] != 0 && ringPairs_.contains(unorderedPair(a, b));
+  }
+
+ private:
+  [[nodiscard]] static std::uint64_t unorderedPair(std::uint32_t a, std::uint32_t b) noexcept {
+    return a < b ? (std::uint64_t{a} << 32 | b) : (std::uint64_t{b} << 32 | a);
+  }
+  std::string packedNames_;
+  std::unordered_set<std::uint64_t> ringPairs_;
+};
+
+/// The structure of the container's graph as it stands, made anew only when it has changed.
+[[nodiscard]] std::shared_ptr<const GraphStructure> graphStructure(const ContainerState& state);
+
+/// A built graph: nodes, edges, the structure it was built from, and counts the analysis needs,
+/// taken while building.
 struct NodesAndEdges {
   std::vector<DependencyNode> nodes;
   std::vector<DependencyEdge> edges;
-  std::vector<std::vector<std::string>> cycles;
-  std::int64_t maxDepth = 0;
+  std::shared_ptr<const GraphStructure> structure;
+  /// Edges from a name to one whose node has a greater `layer` (no node: layer 0).
+  std::int64_t layerViolations = 0;
+  std::int64_t circularEdges = 0;
+  std::int64_t highNodes = 0;  // nodes of high complexity
 };
 
 /// Builds the nodes (one per registration, in registry order) and the edges (observed, then

@@ -18,14 +18,27 @@
 
 namespace tavreldi::detail {
 
-/// Architectural layer: "API" 1, "Repository" 2, "UseCase" 3, "ViewModel" 4, otherwise 0.
-[[nodiscard]] std::int64_t layerFor(std::string_view name) noexcept;
+/// The parts of a name the edge rules, layers and tags look at, as bits.
+using Roles = std::uint8_t;
+inline constexpr Roles kApiRole = 1;         // "API"
+inline constexpr Roles kRepositoryRole = 2;  // "Repository"
+inline constexpr Roles kUseCaseRole = 4;     // "UseCase"
+inline constexpr Roles kViewModelRole = 8;   // "ViewModel"
+inline constexpr Roles kDatabaseRole = 16;   // "Database"
 
-/// Kind of component. Never yields `viewModel` (a view model is `presentation`).
-[[nodiscard]] NodeType nodeTypeFor(std::string_view name) noexcept;
+/// Everything the rules tell from a name alone, found once per name: the graph builder keeps
+/// these per name, so that a name's text is searched once, not once per edge.
+struct NameTraits {
+  Roles roles = 0;
+  /// Architectural layer: "API" 1, "Repository" 2, "UseCase" 3, "ViewModel" 4, otherwise 0.
+  std::int64_t layer = 0;
+  /// Kind of component. Never `viewModel` (a view model is `presentation`).
+  NodeType type = NodeType::component;
+  /// Architectural category ("API"/"Network" first, `infrastructure` when nothing matches).
+  NodeCategory category = NodeCategory::infrastructure;
+};
 
-/// Architectural category ("API"/"Network" first, `infrastructure` when nothing matches).
-[[nodiscard]] NodeCategory nodeCategoryFor(std::string_view name) noexcept;
+[[nodiscard]] NameTraits traitsOf(std::string_view name) noexcept;
 
 /// Complexity from the number of dependencies: up to 2 low, 3 to 5 medium, 6 or more high.
 [[nodiscard]] ComplexityLevel complexityFor(std::size_t dependencyCount) noexcept;
@@ -39,22 +52,21 @@ namespace tavreldi::detail {
 [[nodiscard]] NodePerformanceMetrics samplePerformanceMetrics(Timestamp now);
 
 /// Lower-case role labels, in the order "api", "repository", "usecase", "viewmodel".
-[[nodiscard]] std::vector<std::string> tagsFor(std::string_view name);
+[[nodiscard]] std::vector<std::string> tagsFor(Roles roles);
 
 /// "scope", "lifetime", "threadSafety" (raw values of the registration) and "created_at"
 /// (`now`, ISO 8601 to the second).
 [[nodiscard]] std::map<std::string, std::string> nodeMetadataFor(const DependencyMetadata& metadata,
                                                                  Timestamp now);
 
-/// Kind of the edge `from` → `to`.
-[[nodiscard]] RelationshipType relationshipTypeFor(std::string_view from,
-                                                   std::string_view to) noexcept;
+/// Kind of the edge `from` → `to`, from the roles of the two names.
+[[nodiscard]] RelationshipType relationshipTypeFor(Roles from, Roles to) noexcept;
 
 /// Coupling strength of the edge `from` → `to`.
-[[nodiscard]] RelationshipStrength strengthFor(std::string_view from, std::string_view to) noexcept;
+[[nodiscard]] RelationshipStrength strengthFor(Roles from, Roles to) noexcept;
 
 /// Cost of following an edge, from its target alone.
-[[nodiscard]] PerformanceImpact impactFor(std::string_view to) noexcept;
+[[nodiscard]] PerformanceImpact impactFor(Roles to) noexcept;
 
 /// "created_at" (`now`, ISO 8601 to the second), "relationship_type" and "strength" (raw
 /// values).
