@@ -160,21 +160,15 @@ class EdgeFactory {
  public:
   explicit EdgeFactory(Timestamp now) : now_(now) {}
 
-  [[nodiscard]] DependencyEdge make(std::string_view from, Roles fromRoles, std::string_view to,
-                                    Roles toRoles, bool circular) {
+  // Appends the edge `from` → `to`, built in place.
+  void append(std::vector<DependencyEdge>& edges, std::string_view from, Roles fromRoles,
+              std::string_view to, Roles toRoles, bool circular) {
     const RelationshipType type = relationshipTypeFor(fromRoles, toRoles);
     const RelationshipStrength strength = strengthFor(fromRoles, toRoles);
     auto& metadata = metadata_[static_cast<std::size_t>(type)][static_cast<std::size_t>(strength)];
     if (!metadata) metadata = edgeMetadataFor(type, strength, now_);
-    return DependencyEdge{std::string(from),
-                          std::string(to),
-                          "depends_on",
-                          circular,
-                          type,
-                          strength,
-                          EdgeDirection::unidirectional,
-                          impactFor(toRoles),
-                          *metadata};
+    edges.emplace_back(std::string(from), std::string(to), "depends_on", circular, type, strength,
+                       EdgeDirection::unidirectional, impactFor(toRoles), *metadata);
   }
 
  private:
@@ -224,11 +218,11 @@ NodesAndEdges buildNodesAndEdges(const ContainerState& state) {
     for (const std::uint32_t w : successors) dependencies.emplace_back(structure.names[w]);
     const ComplexityLevel complexity = complexityFor(dependencies.size());
     if (complexity == ComplexityLevel::high) ++result.highNodes;
-    result.nodes.push_back(DependencyNode{
-        std::string(structure.names[v]), slot.metadata->scope, std::move(dependencies),
-        traits.layer, structure.onCycle[v] != 0, positionFor(i, nodeCount), traits.type,
-        traits.category, complexity, samplePerformanceMetrics(now),
-        nodeMetadata.get(*slot.metadata), tagsFor(traits.roles)});
+    result.nodes.emplace_back(std::string(structure.names[v]), slot.metadata->scope,
+                              std::move(dependencies), traits.layer, structure.onCycle[v] != 0,
+                              positionFor(i, nodeCount), traits.type, traits.category, complexity,
+                              samplePerformanceMetrics(now), nodeMetadata.get(*slot.metadata),
+                              tagsFor(traits.roles));
   }
 
   // An edge leads to a higher layer when its target's node has a greater layer than its
@@ -246,8 +240,8 @@ NodesAndEdges buildNodesAndEdges(const ContainerState& state) {
     const bool circular = target != nullptr && structure.ringNeighbours(from, target->index);
     const Roles toRoles =
         target != nullptr ? structure.traits[target->index].roles : traitsOf(to).roles;
-    result.edges.push_back(
-        edges.make(structure.names[from], structure.traits[from].roles, to, toRoles, circular));
+    edges.append(result.edges, structure.names[from], structure.traits[from].roles, to, toRoles,
+                 circular);
     if (circular) ++result.circularEdges;
     if (layerOf(from) < (target != nullptr ? layerOf(target->index) : 0)) {
       ++result.layerViolations;
