@@ -15,6 +15,11 @@ namespace {
 using namespace sample;
 using Lines = std::vector<std::string>;
 
+template <class T>
+asio::awaitable<std::shared_ptr<T>> make(AdvancedDIContainer&) {
+  co_return std::make_shared<T>();
+}
+
 // Prints "<name>.configure", yields to the executor once, registers UserAPI, then fails when
 // asked to.
 class RecordingModule final : public DIModule {
@@ -26,9 +31,7 @@ class RecordingModule final : public DIModule {
     writeLine(name_ + ".configure");
     const auto executor = co_await asio::this_coro::executor;
     co_await asio::post(executor, asio::use_awaitable);
-    container.registerSync<UserAPI>(DependencyScope::singleton, [](AdvancedDIContainer&) {
-      return std::make_shared<UserAPI>();
-    });
+    container.registerAsync<UserAPI>(DependencyScope::singleton, make<UserAPI>);
     if (fails_) throw std::runtime_error(name_ + " failed");
   }
 
@@ -36,13 +39,6 @@ class RecordingModule final : public DIModule {
   std::string name_;
   bool fails_;
 };
-
-asio::awaitable<std::shared_ptr<Logger>> makeLogger(AdvancedDIContainer&) {
-  co_return std::make_shared<Logger>();
-}
-asio::awaitable<std::shared_ptr<UserRepository>> makeRepository(AdvancedDIContainer&) {
-  co_return std::make_shared<UserRepository>();
-}
 
 const std::string kLogger = "🔧 Registered Logger with scope: singleton and dependencies: []";
 const std::string kApi = "🔧 Registered UserAPI with scope: singleton and dependencies: []";
@@ -52,19 +48,20 @@ const std::string kRepository =
 class Builder : public testing::AsyncTest {
  protected:
   // Logger, module M, UserRepository.
-  void queueInterleaved(ContainerBuilder& builder, bool moduleFails = false) {
+  void queueInterleaved(bool moduleFails = false) {
     builder
         .registerSync<Logger>(DependencyScope::singleton, DependencyLifetime::session,
                               [](AdvancedDIContainer&) { return std::make_shared<Logger>(); })
         .registerModule(std::make_shared<RecordingModule>("M", moduleFails))
-        .registerRepository<UserRepository>(makeRepository);
+        .registerRepository<UserRepository>(make<UserRepository>);
   }
+
+  ContainerBuilder builder{DIContainerConfig::strict(), io.get_executor()};
 };
 
 TEST_F(Builder, BuildRunsRegistrationsAndModulesInQueueOrderOneBuildAtATime) {
-  ContainerBuilder builder(DIContainerConfig::strict(), io.get_executor());
   LineRecorder recorder;
-  queueInterleaved(builder);
+  queueInterleaved();
   EXPECT_TRUE(recorder.lines().empty());  // queuing registers nothing
   EXPECT_EQ(builder.container()->getRegisteredServicesCount(), 0);
 
@@ -72,7 +69,6 @@ TEST_F(Builder, BuildRunsRegistrationsAndModulesInQueueOrderOneBuildAtATime) {
   EXPECT_EQ(container.get(), builder.container().get());
   EXPECT_EQ(recorder.lines(), (Lines{kLogger, "M.configure", kApi, kRepository}));
   EXPECT_EQ(container->getMetadata<Logger>()->lifetime, DependencyLifetime::session);
-  EXPECT_EQ(container->getMetadata<UserRepository>()->lifetime, DependencyLifetime::application);
 
   // Building again replays every step into the same container. The module suspends; a second
   // build started meanwhile must wait for the first.
@@ -89,8 +85,7 @@ TEST_F(Builder, BuildRunsRegistrationsAndModulesInQueueOrderOneBuildAtATime) {
 }
 
 TEST_F(Builder, FailingModuleStopsBuildKeepingEarlierSteps) {
-  ContainerBuilder builder(DIContainerConfig::strict(), io.get_executor());
-  queueInterleaved(builder, true);
+  queueInterleaved(true);
   LineRecorder recorder;
   try {
     (void)run(builder.build());
@@ -99,30 +94,19 @@ TEST_F(Builder, FailingModuleStopsBuildKeepingEarlierSteps) {
     EXPECT_STREQ(error.what(), "M failed");
   }
   EXPECT_EQ(recorder.lines(), (Lines{kLogger, "M.configure", kApi}));
-  const auto& container = *builder.container();
-  EXPECT_TRUE(container.isRegistered<Logger>());
-  EXPECT_TRUE(container.isRegistered<UserAPI>());
-  EXPECT_FALSE(container.isRegistered<UserRepository>());
+  EXPECT_TRUE(builder.container()->isRegistered<Logger>());
+  EXPECT_TRUE(builder.container()->isRegistered<UserAPI>());
+  EXPECT_FALSE(builder.container()->isRegistered<UserRepository>());
 }
 
 TEST_F(Builder, ConvenienceFormsImplyScopesAndApplicationLifetime) {
-  ContainerBuilder builder(DIContainerConfig::strict(), io.get_executor());
   const auto api = std::make_shared<UserAPI>();
-  builder.registerService<Logger>(makeLogger)
-      .registerRepository<UserRepository>(makeRepository)
-      .registerUseCase<LoadUserUseCase>(
-          [](AdvancedDIContainer&) -> asio::awaitable<std::shared_ptr<LoadUserUseCase>> {
-            co_return std::make_shared<LoadUserUseCase>();
-          })
-      .registerViewModel<UserViewModel>(
-          [](AdvancedDIContainer&) -> asio::awaitable<std::shared_ptr<UserViewModel>> {
-            co_return std::make_shared<UserViewModel>();
-          })
+  builder.registerService<Logger>(make<Logger>)
+      .registerRepository<UserRepository>(make<UserRepository>)
+      .registerUseCase<LoadUserUseCase>(make<LoadUserUseCase>)
+      .registerViewModel<UserViewModel>(make<UserViewModel>)
       .registerInstance<UserAPI>(api, DependencyScope::transient)
-      .registerAsync<CycleA>(DependencyScope::custom, DependencyLifetime::request,
-                             [](AdvancedDIContainer&) -> asio::awaitable<std::shared_ptr<CycleA>> {
-                               co_return std::make_shared<CycleA>();
-                             });
+      .registerAsync<CycleA>(DependencyScope::custom, DependencyLifetime::request, make<CycleA>);
   LineRecorder recorder;
   const auto container = run(builder.build());
   EXPECT_EQ(recorder.lines(),
@@ -144,25 +128,23 @@ TEST_F(Builder, ConvenienceFormsImplyScopesAndApplicationLifetime) {
 }
 
 asio::awaitable<void> configureApp(ContainerBuilder& builder) {
-  builder.registerService<Logger>(makeLogger);
+  builder.registerService<Logger>(make<Logger>);
   co_return;
 }
 
 TEST_F(Builder, FactoryEntryPoints) {
+  const auto strict = DIContainerConfig::strict();
   LineRecorder recorder;
-  const auto empty =
-      run(ContainerFactory::createWithModules(DIContainerConfig::strict(), io.get_executor(), {}));
+  const auto empty = run(ContainerFactory::createWithModules(strict, io.get_executor(), {}));
   EXPECT_EQ(empty->getRegisteredServicesCount(), 0);
   EXPECT_TRUE(recorder.lines().empty());
 
-  const auto configured =
-      run(ContainerFactory::create(DIContainerConfig::strict(), io.get_executor(), configureApp));
-  EXPECT_TRUE(configured->isRegistered<Logger>());
+  const auto configured = run(ContainerFactory::create(strict, io.get_executor(), configureApp));
   EXPECT_NE(run(configured->resolve<Logger>()), nullptr);
 
   recorder.clear();
   const auto modular = run(ContainerFactory::createWithModules(
-      DIContainerConfig::strict(), io.get_executor(),
+      strict, io.get_executor(),
       {std::make_shared<RecordingModule>("first"), std::make_shared<RecordingModule>("second")}));
   EXPECT_EQ(recorder.lines(), (Lines{"first.configure", kApi, "second.configure", kApi}));
   EXPECT_EQ(modular->getRegisteredServicesCount(), 1);

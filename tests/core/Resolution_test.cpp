@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <asio/steady_timer.hpp>
+#include <optional>
 #include <thread>
 
 #include "support/AsyncTest.hpp"
@@ -14,6 +15,7 @@ namespace {
 using namespace sample;
 using testing::normaliseDurations;
 using Lines = std::vector<std::string>;
+using E = DependencyResolutionError;
 
 // Resolves D through the container, then makes a T holding it when T can hold one.
 template <class T, class D>
@@ -24,6 +26,23 @@ asio::awaitable<std::shared_ptr<T>> resolving(AdvancedDIContainer& c) {
   } else {
     co_return std::make_shared<T>();
   }
+}
+
+template <class T>
+std::shared_ptr<T> makeNow(AdvancedDIContainer&) {
+  return std::make_shared<T>();
+}
+
+// The exception of type X that `call` throws; a test failure and nothing when it throws none.
+template <class X, class F>
+std::optional<X> caught(F call) {
+  try {
+    call();
+  } catch (const X& error) {
+    return error;
+  }
+  ADD_FAILURE() << "nothing thrown";
+  return std::nullopt;
 }
 
 class Resolution : public testing::AsyncTest {
@@ -44,34 +63,29 @@ TEST_F(Resolution, RegistrationLinesCountsAndMetadata) {
   auto c = makeContainer();
   LineRecorder recorder;
   registerChain(*c);
+  EXPECT_EQ(c->getRegisteredServicesCount(), 3);
+  c->registerSync<Logger>(DependencyScope::lazy, DependencyLifetime::session, makeNow<Logger>);
   EXPECT_EQ(recorder.lines(),
             (Lines{"🔧 Registered UserRepository with scope: singleton and dependencies: []",
                    "🔧 Registered UserAPI with scope: singleton and dependencies: []",
-                   "🔧 Registered Logger with scope: transient and dependencies: []"}));
-  EXPECT_EQ(c->getRegisteredServicesCount(), 3);
-  c->registerSync<Logger>(DependencyScope::lazy, DependencyLifetime::session,
-                          [](AdvancedDIContainer&) { return std::make_shared<Logger>(); });
+                   "🔧 Registered Logger with scope: transient and dependencies: []",
+                   "🔧 Registered Logger with scope: lazy and dependencies: []"}));
   EXPECT_EQ(c->getRegisteredServicesCount(), 3);
   const auto metadata = c->getMetadata<Logger>();
   ASSERT_TRUE(metadata);
-  EXPECT_EQ(metadata->scope, DependencyScope::lazy);
-  EXPECT_EQ(metadata->lifetime, DependencyLifetime::session);
-  EXPECT_EQ(metadata->typeName, "Logger");
+  EXPECT_EQ(std::tuple(metadata->scope, metadata->lifetime, metadata->typeName),
+            std::tuple(DependencyScope::lazy, DependencyLifetime::session, "Logger"));
   EXPECT_FALSE(c->getMetadata("Nothing"));
   EXPECT_FALSE(c->isRegistered<UserViewModel>());
 
-  // Metadata alone registers the type but gives it no factory.
+  // Metadata alone registers the type, silently, but gives it no factory.
+  recorder.clear();
   c->registerWithMetadata<UserViewModel>(metadata->with({.typeName = "UserViewModel"}));
   EXPECT_TRUE(c->isRegistered<UserViewModel>());
   EXPECT_EQ(c->getRegisteredServicesCount(), 3);
-  EXPECT_EQ(recorder.lines().size(), 4u);
-  try {
-    (void)run(c->resolve<UserViewModel>());
-    FAIL();
-  } catch (const DependencyResolutionError& error) {
-    EXPECT_EQ(error.kind(), ResolutionErrorKind::factoryError);
-    EXPECT_STREQ(error.what(), "Factory error: No factory found for UserViewModel");
-  }
+  EXPECT_TRUE(recorder.lines().empty());
+  EXPECT_EQ(caught<E>([&] { (void)run(c->resolve<UserViewModel>()); }),
+            E::factoryError("No factory found for UserViewModel"));
 }
 
 TEST_F(Resolution, ThreeLevelChainLinesAndDependencyMap) {
@@ -97,8 +111,7 @@ TEST_F(Resolution, ThreeLevelChainLinesAndDependencyMap) {
 
   // Served from the cache: same object, no new edges, one hit.
   recorder.clear();
-  const auto again = run(c->resolve<UserRepository>());
-  EXPECT_EQ(again, repository);
+  EXPECT_EQ(run(c->resolve<UserRepository>()), repository);
   EXPECT_EQ(normaliseDurations(recorder.lines()),
             (Lines{"🔍 Resolving: UserRepository", "🔄 resolveSingleton called for: UserRepository",
                    "   ✅ Found cached instance for: UserRepository",
@@ -109,83 +122,58 @@ TEST_F(Resolution, ThreeLevelChainLinesAndDependencyMap) {
   EXPECT_EQ(stats.cacheHits, 1);
   EXPECT_EQ(loggersMade, 1);
 
-  // The cached singleton is what resolveSync hands out; the transient never is.
+  // The cached singleton is what resolveSync hands out, counting a cache hit.
   recorder.clear();
   EXPECT_EQ(c->resolveSync<UserRepository>(), repository);
   EXPECT_EQ(recorder.lines(), (Lines{"🔍 Resolving synchronously: UserRepository"}));
-  try {
-    (void)c->resolveSync<Logger>();
-    FAIL();
-  } catch (const DependencyResolutionError& error) {
-    EXPECT_STREQ(error.what(), "Factory error: Instance not available for synchronous resolution");
-  }
   EXPECT_EQ(c->getServiceStatistics("UserRepository").cacheHits, 2);
+
+  // A dependency already cached when its dependent resolves it gets no edge.
+  auto fresh = makeContainer();
+  registerChain(*fresh);
+  (void)run(fresh->resolve<UserAPI>());
+  (void)run(fresh->resolve<UserRepository>());
+  EXPECT_EQ(fresh->getDependencyMap(), DependencyMap({{"UserAPI", Lines{"Logger"}}}));
 }
 
-TEST_F(Resolution, EdgesAreRecordedOnlyTowardsUncachedDependencies) {
-  auto c = makeContainer();
-  registerChain(*c);
-  (void)run(c->resolve<UserAPI>());  // caches UserAPI before anyone depends on it
-  LineRecorder recorder;
-  (void)run(c->resolve<UserRepository>());
-  const auto map = c->getDependencyMap();
-  EXPECT_EQ(map.find("UserRepository"), nullptr);
-  EXPECT_EQ(*map.find("UserAPI"), Lines{"Logger"});
-}
-
-struct CachingCase {
-  DependencyScope scope;
-  bool caching;
-  bool reused;     // a second resolve returns the first instance
-  bool syncWorks;  // resolveSync hands out the cached instance
-};
-
-class CachingByScope : public testing::AsyncTest,
-                       public ::testing::WithParamInterface<CachingCase> {};
-
-TEST_P(CachingByScope, BothPaths) {
-  const auto [scope, caching, reused, syncWorks] = GetParam();
-  auto c = makeContainer(DIContainerConfig(2, true, true, true, caching));
-  int made = 0;
-  c->registerSync<Logger>(scope, [&made](AdvancedDIContainer&) {
-    ++made;
-    return std::make_shared<Logger>();
-  });
-  const auto first = run(c->resolve<Logger>());
-  LineRecorder recorder;
-  const auto second = run(c->resolve<Logger>());
-  EXPECT_EQ(first == second, reused);
-  EXPECT_EQ(made, reused ? 1 : 2);
-  EXPECT_EQ(c->getServiceStatistics("Logger").cacheHits, reused ? 1 : 0);
-  const bool singletonProcedure = scope == DependencyScope::singleton ||
-                                  scope == DependencyScope::container ||
-                                  scope == DependencyScope::custom;
-  if (singletonProcedure && !caching) {
-    EXPECT_EQ(recorder.lines().at(3), "   ⚠️ Caching disabled for: Logger");
-  }
-  if (syncWorks) {
-    EXPECT_EQ(c->resolveSync<Logger>(), first);
-  } else {
-    EXPECT_THROW((void)c->resolveSync<Logger>(), DependencyResolutionError);
+TEST_F(Resolution, CachingByScopeOnBothPaths) {
+  struct Case {
+    DependencyScope scope;
+    bool caching;
+    bool reused;  // a second resolve returns the first instance, and so does resolveSync
+  };
+  using S = DependencyScope;
+  for (const auto [scope, caching, reused] :
+       {Case{S::singleton, true, true}, Case{S::container, true, true}, Case{S::custom, true, true},
+        Case{S::scoped, true, true}, Case{S::lazy, true, true}, Case{S::transient, true, false},
+        Case{S::singleton, false, false}, Case{S::scoped, false, false},
+        Case{S::lazy, false, false}}) {
+    SCOPED_TRACE(std::string(toString(scope)) + (caching ? " caching" : " not caching"));
+    auto c = makeContainer(DIContainerConfig(2, true, true, true, caching));
+    int made = 0;
+    c->registerSync<Logger>(scope, [&made](AdvancedDIContainer&) {
+      ++made;
+      return std::make_shared<Logger>();
+    });
+    const auto first = run(c->resolve<Logger>());
+    LineRecorder recorder;
+    EXPECT_EQ(run(c->resolve<Logger>()) == first, reused);
+    EXPECT_EQ(made, reused ? 1 : 2);
+    EXPECT_EQ(c->getServiceStatistics("Logger").cacheHits, reused ? 1 : 0);
+    if ((scope == S::singleton || scope == S::container || scope == S::custom) && !caching) {
+      EXPECT_EQ(recorder.lines().at(3), "   ⚠️ Caching disabled for: Logger");
+    }
+    if (reused) {
+      EXPECT_EQ(c->resolveSync<Logger>(), first);
+    } else {
+      EXPECT_THROW((void)c->resolveSync<Logger>(), DependencyResolutionError);
+    }
   }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Scopes, CachingByScope,
-    ::testing::Values(CachingCase{DependencyScope::singleton, true, true, true},
-                      CachingCase{DependencyScope::container, true, true, true},
-                      CachingCase{DependencyScope::custom, true, true, true},
-                      CachingCase{DependencyScope::scoped, true, true, true},
-                      CachingCase{DependencyScope::lazy, true, true, true},
-                      CachingCase{DependencyScope::transient, true, false, false},
-                      CachingCase{DependencyScope::singleton, false, false, false},
-                      CachingCase{DependencyScope::scoped, false, false, false},
-                      CachingCase{DependencyScope::lazy, false, false, false}));
 
 TEST_F(Resolution, ScopedInstancesLiveInTheirScope) {
   auto c = makeContainer();
-  c->registerSync<Logger>(DependencyScope::scoped,
-                          [](AdvancedDIContainer&) { return std::make_shared<Logger>(); });
+  c->registerSync<Logger>(DependencyScope::scoped, makeNow<Logger>);
   const auto inDefault = run(c->resolve<Logger>());
   run(c->setCurrentScope("request-1"));
   const auto inRequest = run(c->resolve<Logger>());
@@ -210,7 +198,7 @@ TEST_F(Resolution, ScopedInstancesLiveInTheirScope) {
 
 // Each failure kind leaves the resolution stack as it was: a later resolution that would find
 // a stale entry would report a false cycle or a wrong "Dependency tracked" parent.
-TEST_F(Resolution, FailuresRestoreTheStackAndPrintTheirLine) {
+TEST_F(Resolution, FailuresRestoreTheStack) {
   auto c = makeContainer();
   c->registerAsync<UserAPI>(DependencyScope::singleton,
                             [](AdvancedDIContainer&) -> asio::awaitable<std::shared_ptr<UserAPI>> {
@@ -218,43 +206,22 @@ TEST_F(Resolution, FailuresRestoreTheStackAndPrintTheirLine) {
                               co_return nullptr;
                             });
   c->registerWithMetadata<UserRepository>(*c->getMetadata<UserAPI>());
-  c->registerSync<other::Logger>(DependencyScope::singleton, [](AdvancedDIContainer&) {
-    return std::make_shared<other::Logger>();
-  });
-  c->registerSync<CycleA>(DependencyScope::transient,
-                          [](AdvancedDIContainer&) { return std::make_shared<CycleA>(); });
+  c->registerSync<other::Logger>(DependencyScope::singleton, makeNow<other::Logger>);
+  c->registerSync<CycleA>(DependencyScope::transient, makeNow<CycleA>);
 
-  LineRecorder recorder;
-  try {
-    (void)run(c->resolve<UserAPI>());
-    FAIL();
-  } catch (const std::runtime_error& error) {
-    EXPECT_STREQ(error.what(), "backend down");  // the factory's own error, unchanged
-  }
-  EXPECT_EQ(normaliseDurations(recorder.lines()),
-            (Lines{"🔍 Resolving: UserAPI", "🔄 resolveSingleton called for: UserAPI",
-                   "   🔄 Creating new instance for: UserAPI",
-                   "❌ Failed to resolve UserAPI: backend down"}));
+  // The factory's own error, unchanged.
+  const auto backendDown = caught<std::runtime_error>([&] { (void)run(c->resolve<UserAPI>()); });
+  EXPECT_STREQ(backendDown.value().what(), "backend down");
 
-  recorder.clear();
+  LineRecorder recorder;  // a type never registered fails without a line of its own
   EXPECT_THROW((void)run(c->resolve<UserViewModel>()), DependencyResolutionError);
   EXPECT_EQ(recorder.lines(), (Lines{"🔍 Resolving: UserViewModel"}));
 
   EXPECT_THROW((void)run(c->resolve<UserRepository>()), DependencyResolutionError);
 
   // sample::Logger shares the name "Logger" with other::Logger, whose factory is registered.
-  recorder.clear();
-  try {
-    (void)run(c->resolve<Logger>());
-    FAIL();
-  } catch (const DependencyResolutionError& error) {
-    EXPECT_EQ(error.kind(), ResolutionErrorKind::typeMismatch);
-    EXPECT_STREQ(error.what(),
-                 "Type mismatch: Factory returned other::Logger but expected sample::Logger");
-  }
-  EXPECT_EQ(recorder.lines().back(),
-            "❌ Failed to resolve Logger: Type mismatch: Factory returned other::Logger but "
-            "expected sample::Logger");
+  EXPECT_EQ(caught<E>([&] { (void)run(c->resolve<Logger>()); }),
+            E::typeMismatch("Factory returned other::Logger but expected sample::Logger"));
 
   EXPECT_THROW((void)c->resolveSync<UserViewModel>(), DependencyResolutionError);
   EXPECT_THROW((void)c->resolveSync<CycleA>(), DependencyResolutionError);
@@ -262,7 +229,8 @@ TEST_F(Resolution, FailuresRestoreTheStackAndPrintTheirLine) {
   // Nothing was left on the stack: a fresh resolution has no parent and no cycle.
   recorder.clear();
   EXPECT_TRUE(run(c->resolve<CycleA>()));
-  EXPECT_EQ(recorder.lines().size(), 2u);
+  EXPECT_EQ(normaliseDurations(recorder.lines()),
+            (Lines{"🔍 Resolving: CycleA", "✅ Resolved: CycleA (took T)"}));
   EXPECT_TRUE(c->getDependencyMap().empty());
 }
 
@@ -271,21 +239,15 @@ TEST_F(Resolution, CyclesAreCaughtOnBothPaths) {
   c->registerAsync<CycleA>(DependencyScope::singleton, resolving<CycleA, CycleB>);
   c->registerAsync<CycleB>(DependencyScope::singleton, resolving<CycleB, CycleA>);
   LineRecorder recorder;
-  try {
-    (void)run(c->resolve<CycleA>());
-    FAIL();
-  } catch (const CircularDependencyException& error) {
-    EXPECT_EQ(error.message(), "Circular dependency detected: CycleA -> CycleB -> CycleA");
-    EXPECT_EQ(error.cycle(), (Lines{"CycleA", "CycleB", "CycleA"}));
-  }
+  const std::string message = "Circular dependency detected: CycleA -> CycleB -> CycleA";
+  EXPECT_EQ(caught<CircularDependencyException>([&] { (void)run(c->resolve<CycleA>()); }),
+            CircularDependencyException(message, {"CycleA", "CycleB", "CycleA"}));
   const auto lines = recorder.lines();
   EXPECT_NE(std::find(lines.begin(), lines.end(),
-                      "❌ Failed to resolve CycleB: Circular Dependency: Circular dependency "
-                      "detected: CycleA -> CycleB -> CycleA"),
+                      "❌ Failed to resolve CycleB: Circular Dependency: " + message),
             lines.end());
   // The closing edge is never recorded: the cycle check comes before dependency tracking.
-  EXPECT_EQ(*c->getDependencyMap().find("CycleA"), Lines{"CycleB"});
-  EXPECT_EQ(c->getDependencyMap().find("CycleB"), nullptr);
+  EXPECT_EQ(c->getDependencyMap(), DependencyMap({{"CycleA", Lines{"CycleB"}}}));
 
   // The synchronous path reports the whole stack.
   c->registerAsync<UserAPI>(DependencyScope::singleton, resolving<UserAPI, Logger>);
@@ -293,26 +255,10 @@ TEST_F(Resolution, CyclesAreCaughtOnBothPaths) {
     (void)c.resolveSync<UserAPI>();
     return std::make_shared<Logger>();
   });
-  try {
-    (void)run(c->resolve<UserAPI>());
-    FAIL();
-  } catch (const CircularDependencyException& error) {
-    EXPECT_EQ(error.cycle(), (Lines{"UserAPI", "Logger", "UserAPI"}));
-  }
-
-  // With detection off the container raises no cycle error of its own: the recursion is
-  // stopped here by a factory that gives up on the second visit.
-  auto lenient = makeContainer(DIContainerConfig::disabled());
-  int depth = 0;
-  lenient->registerAsync<CycleA>(
-      DependencyScope::transient,
-      [&depth](AdvancedDIContainer& c) -> asio::awaitable<std::shared_ptr<CycleA>> {
-        if (++depth > 3) throw std::logic_error("deep enough");
-        (void)co_await c.resolve<CycleA>();
-        co_return std::make_shared<CycleA>();
-      });
-  EXPECT_THROW((void)run(lenient->resolve<CycleA>()), std::logic_error);
-  EXPECT_EQ(depth, 4);
+  EXPECT_EQ(
+      caught<CircularDependencyException>([&] { (void)run(c->resolve<UserAPI>()); }),
+      CircularDependencyException("Circular dependency detected: UserAPI -> Logger -> UserAPI",
+                                  {"UserAPI", "Logger", "UserAPI"}));
 }
 
 asio::awaitable<std::shared_ptr<UserAPI>> slowApi(AdvancedDIContainer& c) {

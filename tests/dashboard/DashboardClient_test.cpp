@@ -40,27 +40,30 @@ DependencyGraph smallGraph() {
 
 class DashboardClientTest : public testing::AsyncTest {
  protected:
-  /// Runs `operation`, expecting a DashboardError of `kind` whose text holds `part` and never
-  /// the token; returns the error's text.
-  template <class T>
-  std::string failure(asio::awaitable<T> operation, DashboardErrorKind kind,
-                      const std::string& part) {
+  /// Calls `operation`, expecting a DashboardError of `kind` and `status` whose text holds
+  /// `part` and never the token; returns the error's text.
+  template <class Operation>
+  static std::string failing(Operation operation, DashboardErrorKind kind, const std::string& part,
+                             std::optional<int> status = std::nullopt) {
     try {
-      (void)run(std::move(operation));
+      operation();
     } catch (const DashboardError& error) {
-      return check(error, kind, part);
+      const std::string text = error.what();
+      EXPECT_EQ(error.kind(), kind) << text;
+      EXPECT_EQ(error.status(), status) << text;
+      EXPECT_NE(text.find(part), std::string::npos) << text;
+      EXPECT_EQ(text.find(kToken), std::string::npos) << text;
+      return text;
     }
     ADD_FAILURE() << "no DashboardError";
     return {};
   }
 
-  static std::string check(const DashboardError& error, DashboardErrorKind kind,
-                           const std::string& part) {
-    const std::string text = error.what();
-    EXPECT_EQ(error.kind(), kind) << text;
-    EXPECT_NE(text.find(part), std::string::npos) << text;
-    EXPECT_EQ(text.find(kToken), std::string::npos) << text;
-    return text;
+  /// `failing` for a dashboard operation, run to completion.
+  template <class T>
+  std::string failure(asio::awaitable<T> operation, DashboardErrorKind kind,
+                      const std::string& part, std::optional<int> status = std::nullopt) {
+    return failing([&] { (void)run(std::move(operation)); }, kind, part, status);
   }
 };
 
@@ -137,8 +140,7 @@ TEST_F(DashboardClientTest, HttpsVerifiesTheServerCertificate) {
           DashboardErrorKind::transport,
           "Dashboard request POST " + server.url() +
               "/api/updateUserDashboard failed: the server certificate could not be verified: "
-              "unable to get local "
-              "issuer certificate (SSLServerVerification)");
+              "unable to get local issuer certificate (SSLServerVerification)");
   EXPECT_EQ(server.requests().size(), 1U);
 }
 
@@ -149,7 +151,7 @@ TEST_F(DashboardClientTest, StatusFailuresCarryStatusAndBodyStartAndRetryOnlyRea
   const std::string text = failure(
       DashboardClient(configFor(missing.url(), 3)).fetchDashboardData(),
       DashboardErrorKind::httpStatus,
-      "Dashboard request GET " + missing.url() + "/getUserDashboardData answered HTTP 404: ");
+      "Dashboard request GET " + missing.url() + "/getUserDashboardData answered HTTP 404: ", 404);
   // The excerpt is the body's first 200 characters, with the token redacted.
   EXPECT_EQ(text.substr(text.find(": ") + 2), "[redacted] " + std::string(200 - 17, 'x') + "...");
   EXPECT_EQ(missing.requests().size(), 1U);  // 4xx is not retried
@@ -159,13 +161,8 @@ TEST_F(DashboardClientTest, StatusFailuresCarryStatusAndBodyStartAndRetryOnlyRea
   EXPECT_EQ(flaky.requests().size(), 2U);
 
   LoopbackHttpServer failing({{500, "down"}});
-  try {
-    (void)run(DashboardClient(configFor(failing.url(), 3)).uploadSummary(smallGraph()));
-    ADD_FAILURE() << "upload succeeded";
-  } catch (const DashboardError& error) {
-    check(error, DashboardErrorKind::httpStatus, "answered HTTP 500: down");
-    EXPECT_EQ(error.status(), 500);
-  }
+  failure(DashboardClient(configFor(failing.url(), 3)).uploadSummary(smallGraph()),
+          DashboardErrorKind::httpStatus, "answered HTTP 500: down", 500);
   EXPECT_EQ(failing.requests().size(), 1U);  // uploads are never repeated
 }
 
@@ -198,28 +195,19 @@ TEST_F(DashboardClientTest, TransportFailuresAndUndecodableAnswers) {
 }
 
 TEST_F(DashboardClientTest, RefusesBadConfigurationBeforeSendingAnything) {
-  const auto refused = [](DashboardConfig config, const std::string& part) {
-    try {
-      const DashboardClient client(std::move(config));
-      ADD_FAILURE() << "accepted";
-    } catch (const DashboardError& error) {
-      check(error, DashboardErrorKind::invalidConfiguration, part);
-    }
+  const auto refused = [](const DashboardConfig& config, const std::string& part) {
+    failing([&] { (void)DashboardClient(config); }, DashboardErrorKind::invalidConfiguration, part);
   };
   // Refused while parsing the URL: no name lookup, no socket.
   refused(configFor("http://example.com"),
           "Invalid dashboard configuration: HTTPS is required: \"http://example.com\"");
-  DashboardConfig config = configFor("https://example.com");
-  config.timeout = milliseconds(0);
-  refused(config, "the timeout must be positive, found 0 ms");
-  config = configFor("https://example.com", -1);
-  refused(config, "the retry count must be from 0 to 10, found -1");
-  config = configFor("https://example.com");
-  config.caFile = "/nonexistent/ca.pem";
-  refused(config, "cannot read the CA file \"/nonexistent/ca.pem\"");
-  config = configFor("https://example.com");
-  config.bearerToken = std::string(kToken) + "\r\nX-Injected: 1";
-  refused(config, "the bearer token contains a line break");
+  const std::string remote = "https://example.com";
+  refused({remote, kToken, milliseconds(0), 0, {}}, "the timeout must be positive, found 0 ms");
+  refused(configFor(remote, -1), "the retry count must be from 0 to 10, found -1");
+  refused({remote, kToken, milliseconds(5000), 0, "/nonexistent/ca.pem"},
+          "cannot read the CA file \"/nonexistent/ca.pem\"");
+  refused({remote, std::string(kToken) + "\r\nX-Injected: 1", milliseconds(5000), 0, {}},
+          "the bearer token contains a line break");
 }
 
 }  // namespace

@@ -4,14 +4,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include "tavreldi/graph/DependencyGraph.hpp"
@@ -45,61 +43,34 @@ std::string shellQuoted(const std::string& text) {
   return out + "'";
 }
 
-std::vector<std::string> linesOf(const std::string& text) {
-  std::vector<std::string> lines;
-  std::istringstream in(text);
-  for (std::string line; std::getline(in, line);) lines.push_back(line);
-  return lines;
-}
-
-DependencyNode makeNode(std::string id, DependencyScope scope, std::int64_t layer,
-                        std::vector<std::string> dependencies, bool circular) {
-  DependencyNode node;
-  node.id = std::move(id);
-  node.scope = scope;
-  node.layer = layer;
-  node.dependencies = std::move(dependencies);
-  node.isCircular = circular;
-  node.metadata = {{"scope", std::string(toString(scope))}};
-  return node;
-}
-
-DependencyEdge makeEdge(std::string from, std::string to, bool circular) {
-  DependencyEdge edge;
-  edge.from = std::move(from);
-  edge.to = std::move(to);
-  edge.isCircular = circular;
-  return edge;
-}
-
 // A view model down to an API that forms a cycle with a cache.
 DependencyGraph savedGraph() {
+  using S = DependencyScope;
+  const std::vector<std::string> names{"ProfileViewModel", "LoadProfileUseCase", "Repository<User>",
+                                       "UserAPI", "Cache"};
+  const std::vector<S> scopes{S::lazy, S::transient, S::scoped, S::singleton, S::singleton};
   DependencyGraph graph;
-  graph.nodes = {
-      makeNode("ProfileViewModel", DependencyScope::lazy, 4, {"LoadProfileUseCase"}, false),
-      makeNode("LoadProfileUseCase", DependencyScope::transient, 3, {"Repository<User>"}, false),
-      makeNode("Repository<User>", DependencyScope::scoped, 2, {"UserAPI"}, false),
-      makeNode("UserAPI", DependencyScope::singleton, 1, {"Cache"}, true),
-      makeNode("Cache", DependencyScope::singleton, 0, {"UserAPI"}, true)};
-  graph.edges = {makeEdge("ProfileViewModel", "LoadProfileUseCase", false),
-                 makeEdge("LoadProfileUseCase", "Repository<User>", false),
-                 makeEdge("Repository<User>", "UserAPI", false), makeEdge("UserAPI", "Cache", true),
-                 makeEdge("Cache", "UserAPI", true)};
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    const std::string& next = names[i == 4 ? 3 : i + 1];  // the cache closes the cycle
+    DependencyNode& node = graph.nodes.emplace_back();
+    node.id = names[i];
+    node.scope = scopes[i];
+    node.layer = static_cast<std::int64_t>(4 - i);
+    node.dependencies = {next};
+    node.isCircular = i >= 3;
+    DependencyEdge& edge = graph.edges.emplace_back();
+    edge.from = names[i];
+    edge.to = next;
+    edge.isCircular = i >= 3;
+  }
   GraphAnalysis& analysis = graph.analysis;
   analysis.hasCircularDependencies = true;
-  analysis.totalNodes = 5;
-  analysis.totalDependencies = 5;
   analysis.circularDependencyChains = {{"UserAPI", "Cache"}};
-  analysis.isComplete = true;
   analysis.healthScore = HealthScore{0.9, 0.5, 0, 80, 0.8, 0.9, 0.85};
-  analysis.recommendations = {
-      Recommendation{RecommendationType::architecture,
-                     RecommendationPriority::high,
-                     "Resolve Circular Dependencies",
-                     "Found 2 circular dependencies that should be resolved",
-                     {"UserAPI", "Cache"},
-                     "High",
-                     EffortLevel::medium}};
+  analysis.recommendations = {{RecommendationType::architecture, RecommendationPriority::high,
+                               "Resolve Circular Dependencies",
+                               "Found 2 circular dependencies that should be resolved",
+                               analysis.circularDependencyChains[0], "High", EffortLevel::medium}};
   return graph;
 }
 
@@ -148,21 +119,15 @@ class CliTest : public ::testing::Test {
 };
 
 TEST_F(CliTest, RendersEveryTypeFromASavedGraph) {
-  const std::vector<std::pair<std::string, std::string>> expected = {
-      {"mermaid", DiagramGenerators::generateMermaid(graph)},
-      {"graphviz", DiagramGenerators::generateGraphviz(graph)},
-      {"json", DiagramGenerators::generateJSONVisualization(graph, graph.analysis)},
-      {"tree", DiagramGenerators::generateTreeVisualization(graph, 5)},
-      {"network", DiagramGenerators::generateNetworkVisualization(graph)},
-      {"hierarchical", DiagramGenerators::generateHierarchicalVisualization(graph)},
-      {"circular", DiagramGenerators::generateCircularVisualization(graph)},
-      {"layered", DiagramGenerators::generateLayeredVisualization(graph)}};
+  // `generate` itself is checked against fixed texts with the generators.
   const std::string output = (dir / "out.txt").string();
-  for (const auto& [type, text] : expected) {
-    const ToolRun result = run({"render", graphFile, "--type", type, "--output", output});
-    EXPECT_EQ(result.status, 0) << type << ": " << result.err;
-    EXPECT_EQ(result.out, "") << type;
-    EXPECT_EQ(readFile(output), text) << type;
+  for (const auto type : allCases<VisualizationType>()) {
+    const std::string name(toString(type));
+    const ToolRun result = run({"render", graphFile, "--type", name, "--output", output});
+    EXPECT_EQ(result.status, 0) << name << ": " << result.err;
+    EXPECT_EQ(result.out, "") << name;
+    EXPECT_EQ(readFile(output), DiagramGenerators::generate(type, graph, graph.analysis, 5))
+        << name;
   }
   // The cycle below the root repeats until the depth limit, so the limit shows in the text.
   const ToolRun shallow = run({"render", graphFile, "--type", "tree", "--max-depth", "2"});
@@ -175,18 +140,15 @@ TEST_F(CliTest, RendersEveryTypeFromASavedGraph) {
   const std::string html = readFile(output);
   EXPECT_TRUE(html.starts_with("<!DOCTYPE html>"));
   EXPECT_NE(html.find(R"(Repository\u003cUser\u003e)"), std::string::npos);
-  EXPECT_EQ(html.find("Repository<User>"), std::string::npos);
 }
 
 TEST_F(CliTest, ReportPrintsTheAnalysis) {
   const ToolRun result = run({"report", graphFile});
   ASSERT_EQ(result.status, 0) << result.err;
-  const std::vector<std::string> lines = linesOf(result.out);
   const auto row = [](const std::string& label, const std::string& value) {
     return "  " + label + std::string(34 - label.size(), ' ') + value;
   };
-  ASSERT_FALSE(lines.empty());
-  EXPECT_EQ(lines[0], "Dependency graph: " + graphFile);
+  EXPECT_TRUE(result.out.starts_with("Dependency graph: " + graphFile + "\n")) << result.out;
   for (const std::string& line : {
            row("Services", "5"),
            row("Circular dependencies", "yes (1 cycles)"),
@@ -205,7 +167,7 @@ TEST_F(CliTest, ReportPrintsTheAnalysis) {
            std::string("     Found 2 circular dependencies that should be resolved"),
            std::string("     Affects: UserAPI, Cache; impact High; effort Medium"),
        }) {
-    EXPECT_NE(std::find(lines.begin(), lines.end(), line), lines.end()) << line;
+    EXPECT_NE(("\n" + result.out).find("\n" + line + "\n"), std::string::npos) << line;
   }
 }
 
@@ -215,24 +177,22 @@ TEST_F(CliTest, BadInputIsNamedAndExitsWithStatusTwo) {
                  "tavreldi render: cannot open " + missing + ": No such file or directory");
   expectRejected({"report", missing}, "tavreldi report: cannot open " + missing);
 
-  // Unreadable or wrong documents: the text of the file, the command and the expected message.
+  // Unreadable or wrong documents, read by the loader both commands share: the text of the file
+  // and the expected message.
   nlohmann::json noAnalysis = graph, badLayer = graph;
   noAnalysis.erase("analysis");
   badLayer["nodes"][2]["layer"] = "top";
-  const std::vector<std::tuple<std::string, std::string, std::string>> files{
-      {R"({"nodes": [})", "render", "malformed JSON at byte 12"},  // the 12th byte is the brace
-      {readFile(graphFile).substr(0, 100), "report", "malformed JSON at byte 101"},
-      {"", "report", "malformed JSON at byte 1"},
-      {noAnalysis.dump(), "render", "not a dependency graph: Key not found: \"analysis\""},
-      {badLayer.dump(), "report",
-       "Invalid value for key \"nodes\": Type mismatch for key \"layer\""},
-      {"[1, 2]", "report", "expected an object for DependencyGraph"}};
+  const std::vector<std::pair<std::string, std::string>> files{
+      {R"({"nodes": [})", "malformed JSON at byte 12"},  // the 12th byte is the brace
+      {readFile(graphFile).substr(0, 100), "malformed JSON at byte 101"},
+      {"", "malformed JSON at byte 1"},
+      {noAnalysis.dump(), "not a dependency graph: Key not found: \"analysis\""},
+      {badLayer.dump(), "Invalid value for key \"nodes\": Type mismatch for key \"layer\""},
+      {"[1, 2]", "expected an object for DependencyGraph"}};
   const std::string bad = (dir / "bad.json").string();
-  for (const auto& [text, command, message] : files) {
+  for (const auto& [text, message] : files) {
     writeFile(bad, text);
-    expectRejected(command == "render" ? std::vector<std::string>{command, bad, "--type", "tree"}
-                                       : std::vector<std::string>{command, bad},
-                   message);
+    expectRejected({"report", bad}, message);
   }
 
   expectRejected({"render", graphFile, "--type", "pie"}, "pie not in");
