@@ -3,7 +3,7 @@
 #include <fmt/format.h>
 
 #include <exception>
-#include <nlohmann/json.hpp>
+#include <iterator>
 #include <utility>
 
 #include "tavreldi/visualization/DiagramGenerators.hpp"
@@ -117,44 +117,248 @@ std::string buildGraphviz(const DependencyGraph& graph, Progress* progress) {
   return out;
 }
 
-VisualizationData makeVisualizationData(const DependencyGraph& graph,
-                                        const GraphAnalysis& analysis) {
-  VisualizationData data;
-  data.nodes.reserve(graph.nodes.size());
-  for (const auto& node : graph.nodes) {
-    data.nodes.push_back(VisualizationNode{
-        node.id,
-        node.id,
-        std::string(toString(node.type)),
-        std::string(toString(node.scope)),
-        std::to_string(node.layer),
-        node.isCircular,
-        node.dependencies,
-        node.metadata,
-    });
+// The JSON form is written directly, without building a document first. Its text is what a
+// JSON library prints for the graph's `VisualizationData` with two-space indentation, keys in
+// byte order and strict UTF-8: the keys of each record are written in sorted order by hand.
+
+struct InvalidUtf8 {};
+
+// Length of the well-formed UTF-8 sequence at `text[i]` (lead byte 0x80 or above), or 0.
+[[nodiscard]] std::size_t wellFormedLength(std::string_view text, std::size_t i) noexcept {
+  const auto byte = [&](std::size_t k) {
+    return i + k < text.size() ? static_cast<unsigned char>(text[i + k]) : 0U;
+  };
+  const unsigned lead = byte(0);
+  const auto within = [](unsigned b, unsigned low, unsigned high) { return b >= low && b <= high; };
+  std::size_t length = 0;
+  unsigned low = 0x80;  // range of the second byte
+  unsigned high = 0xBF;
+  if (within(lead, 0xC2, 0xDF)) {
+    length = 2;
+  } else if (within(lead, 0xE0, 0xEF)) {
+    length = 3;
+    if (lead == 0xE0) low = 0xA0;   // no overlong forms
+    if (lead == 0xED) high = 0x9F;  // no surrogates
+  } else if (within(lead, 0xF0, 0xF4)) {
+    length = 4;
+    if (lead == 0xF0) low = 0x90;
+    if (lead == 0xF4) high = 0x8F;  // nothing past U+10FFFF
+  } else {
+    return 0;
   }
-  data.edges.reserve(graph.edges.size());
-  for (const auto& edge : graph.edges) {
-    data.edges.push_back(VisualizationEdge{
-        edge.from,
-        edge.to,
-        std::string(toString(edge.relationshipType)),
-        edge.relationship,
-        edge.isCircular,
-    });
+  if (!within(byte(1), low, high)) return 0;
+  for (std::size_t k = 2; k < length; ++k) {
+    if (!within(byte(k), 0x80, 0xBF)) return 0;
   }
+  return length;
+}
+
+// Appends `text` as a JSON string: quotes, backslashes and control characters escaped, every
+// other character as it is; throws InvalidUtf8 when the text is not UTF-8.
+void appendJsonString(std::string& out, std::string_view text) {
+  static constexpr char kHex[] = "0123456789abcdef";
+  out += '"';
+  for (std::size_t i = 0; i < text.size();) {
+    const auto c = static_cast<unsigned char>(text[i]);
+    if (c >= 0x80) {
+      const std::size_t length = wellFormedLength(text, i);
+      if (length == 0) throw InvalidUtf8{};
+      out.append(text.substr(i, length));
+      i += length;
+      continue;
+    }
+    switch (c) {
+      case '"':
+        out += "\\\"";
+        break;
+      case '\\':
+        out += "\\\\";
+        break;
+      case '\b':
+        out += "\\b";
+        break;
+      case '\f':
+        out += "\\f";
+        break;
+      case '\n':
+        out += "\\n";
+        break;
+      case '\r':
+        out += "\\r";
+        break;
+      case '\t':
+        out += "\\t";
+        break;
+      default:
+        if (c < 0x20) {
+          out += "\\u00";
+          out += kHex[c >> 4];
+          out += kHex[c & 0xF];
+        } else {
+          out += static_cast<char>(c);
+        }
+    }
+    ++i;
+  }
+  out += '"';
+}
+
+// Writes members and elements at one indentation level: `"key": ` or nothing, and the ",\n"
+// between them.
+class JsonLevel {
+ public:
+  JsonLevel(std::string& out, std::size_t indent) : out_(out), indent_(indent) {}
+
+  // A fixed key, written as it is.
+  void key(std::string_view name) {
+    element();
+    out_ += '"';
+    out_ += name;
+    out_ += "\": ";
+  }
+  // A key from the graph's text, escaped.
+  void textKey(std::string_view name) {
+    element();
+    appendJsonString(out_, name);
+    out_ += ": ";
+  }
+  void element() {
+    if (!first_) out_ += ",\n";
+    first_ = false;
+    out_.append(indent_, ' ');
+  }
+
+ private:
+  std::string& out_;
+  std::size_t indent_;
+  bool first_ = true;
+};
+
+void appendJsonStringMember(std::string& out, JsonLevel& level, std::string_view key,
+                            std::string_view value) {
+  level.key(key);
+  appendJsonString(out, value);
+}
+
+void appendJsonBoolMember(std::string& out, JsonLevel& level, std::string_view key, bool value) {
+  level.key(key);
+  out += value ? "true" : "false";
+}
+
+// "{" members "}" on their own lines at `indent` + 2, or "{}" when there are none.
+template <class Map>
+void appendJsonTextMap(std::string& out, const Map& map, std::size_t indent) {
+  if (std::empty(map)) {
+    out += "{}";
+    return;
+  }
+  out += "{\n";
+  JsonLevel level(out, indent + 2);
+  for (const auto& [key, value] : map) {
+    level.textKey(key);
+    appendJsonString(out, value);
+  }
+  out += '\n';
+  out.append(indent, ' ');
+  out += '}';
+}
+
+// Characters of an edge and of a node besides their texts (keys, indentation, punctuation,
+// values of at most 14 characters), and of each dependency and metadata entry besides its texts;
+// used to reserve the text's length ahead (escapes may still make it grow).
+constexpr std::size_t kJsonEdgeFixed = 140;
+constexpr std::size_t kJsonNodeFixed = 250;
+constexpr std::size_t kJsonEntryFixed = 16;
+
+std::string buildJson(const DependencyGraph& graph, const GraphAnalysis& analysis) {
+  std::size_t capacity = 512;
+  for (const DependencyEdge& edge : graph.edges) {
+    capacity += kJsonEdgeFixed + edge.from.size() + edge.to.size() + edge.relationship.size();
+  }
+  for (const DependencyNode& node : graph.nodes) {
+    capacity += kJsonNodeFixed + 2 * node.id.size();
+    for (const std::string& dependency : node.dependencies) {
+      capacity += kJsonEntryFixed + dependency.size();
+    }
+    for (const auto& [key, value] : node.metadata) {
+      capacity += kJsonEntryFixed + key.size() + value.size();
+    }
+  }
+  std::string out;
+  out.reserve(capacity);
+  out += "{\n";
+  JsonLevel top(out, 2);
+
+  top.key("edges");
+  if (graph.edges.empty()) {
+    out += "[]";
+  } else {
+    out += "[\n";
+    JsonLevel edges(out, 4);
+    for (const DependencyEdge& edge : graph.edges) {
+      edges.element();
+      out += "{\n";
+      JsonLevel member(out, 6);
+      appendJsonStringMember(out, member, "from", edge.from);
+      appendJsonBoolMember(out, member, "isCircular", edge.isCircular);
+      appendJsonStringMember(out, member, "label", edge.relationship);
+      appendJsonStringMember(out, member, "to", edge.to);
+      appendJsonStringMember(out, member, "type", toString(edge.relationshipType));
+      out += "\n    }";
+    }
+    out += "\n  ]";
+  }
+
   // Plain text of each figure: integers in decimal, booleans as true/false, doubles in their
-  // shortest round-trip form.
-  data.metadata = {
-      {"totalNodes", fmt::format("{}", analysis.totalNodes)},
-      {"totalDependencies", fmt::format("{}", analysis.totalDependencies)},
+  // shortest round-trip form; the keys in byte order.
+  top.key("metadata");
+  const std::pair<std::string_view, std::string> figures[] = {
+      {"analysisTime", fmt::format("{}", analysis.analysisTime)},
+      {"cacheEfficiency", fmt::format("{}", analysis.cacheEfficiency)},
       {"hasCircularDependencies", fmt::format("{}", analysis.hasCircularDependencies)},
       {"maxDepth", fmt::format("{}", analysis.maxDepth)},
-      {"analysisTime", fmt::format("{}", analysis.analysisTime)},
       {"memoryUsage", fmt::format("{}", analysis.memoryUsage)},
-      {"cacheEfficiency", fmt::format("{}", analysis.cacheEfficiency)},
+      {"totalDependencies", fmt::format("{}", analysis.totalDependencies)},
+      {"totalNodes", fmt::format("{}", analysis.totalNodes)},
   };
-  return data;
+  appendJsonTextMap(out, figures, 2);
+
+  top.key("nodes");
+  if (graph.nodes.empty()) {
+    out += "[]";
+  } else {
+    out += "[\n";
+    JsonLevel nodes(out, 4);
+    for (const DependencyNode& node : graph.nodes) {
+      nodes.element();
+      out += "{\n";
+      JsonLevel member(out, 6);
+      member.key("dependencies");
+      if (node.dependencies.empty()) {
+        out += "[]";
+      } else {
+        out += "[\n";
+        JsonLevel dependencies(out, 8);
+        for (const std::string& dependency : node.dependencies) {
+          dependencies.element();
+          appendJsonString(out, dependency);
+        }
+        out += "\n      ]";
+      }
+      appendJsonStringMember(out, member, "id", node.id);
+      appendJsonBoolMember(out, member, "isCircular", node.isCircular);
+      appendJsonStringMember(out, member, "label", node.id);
+      appendJsonStringMember(out, member, "layer", fmt::format("{}", node.layer));
+      member.key("metadata");
+      appendJsonTextMap(out, node.metadata, 6);
+      appendJsonStringMember(out, member, "scope", toString(node.scope));
+      appendJsonStringMember(out, member, "type", toString(node.type));
+      out += "\n    }";
+    }
+    out += "\n  ]";
+  }
+  out += "\n}";
+  return out;
 }
 
 std::string encodingFailure(std::string_view description) {
@@ -183,14 +387,10 @@ asio::awaitable<std::string> DiagramGenerators::generateGraphvizAsync(Dependency
 
 std::string DiagramGenerators::generateJSONVisualization(const DependencyGraph& graph,
                                                          const GraphAnalysis& analysis) {
-  // nlohmann's objects keep their keys sorted, so dump(2) is the pretty, key-sorted form.
-  constexpr int kInvalidUtf8 = 316;
   try {
-    const nlohmann::json json = makeVisualizationData(graph, analysis);
-    return json.dump(2, ' ', false, nlohmann::json::error_handler_t::strict);
-  } catch (const nlohmann::json::type_error& error) {
-    if (error.id == kInvalidUtf8) return "{}";
-    return encodingFailure(error.what());
+    return buildJson(graph, analysis);
+  } catch (const InvalidUtf8&) {
+    return "{}";
   } catch (const std::exception& error) {
     return encodingFailure(error.what());
   }

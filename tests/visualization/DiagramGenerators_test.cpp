@@ -4,7 +4,10 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <nlohmann/json.hpp>
+#include <random>
 
+#include "tavreldi/visualization/VisualizationModel.hpp"
 #include "visualization/detail/DiagramText.hpp"
 
 namespace tavreldi {
@@ -203,6 +206,81 @@ TEST(DiagramGenerators, JSONOfSampleGraph) {
   // A text that is not UTF-8 gives "{}".
   graph.nodes[0].id = "Bad\xff";
   EXPECT_EQ(G::generateJSONVisualization(graph, analysis), "{}");
+}
+
+// The JSON form is written directly. It must be, byte for byte, the JSON library's pretty,
+// key-sorted print of the graph's VisualizationData, or "{}" when a text is not UTF-8: checked
+// on random graphs whose texts hold quotes, backslashes, control characters, multi-byte
+// characters and, in every other round, malformed sequences (overlong, surrogate, past U+10FFFF,
+// cut short).
+TEST(DiagramGenerators, JSONIsThePrintOfTheVisualizationData) {
+  std::mt19937 rng(11);
+  const Strings wellFormed{"A",    "Repo", "\"", "\\", "\n", "\t", "\b", "\x01", "\x1f",
+                           "\x7f", "/",    "é",  "€",  "😀",  " ",  "\r", "\f"};
+  const Strings malformed{"\xc0\xaf", "\xed\xa0\x80", "\xf4\x90\x80\x80", "\xe2\x82", "\xff"};
+  const auto pick = [&](std::size_t n) { return static_cast<std::size_t>(rng() % n); };
+  for (int round = 0; round < 400; ++round) {
+    const bool allowMalformed = round % 2 == 1;
+    const auto text = [&] {
+      std::string out;
+      for (std::size_t i = pick(4); i-- > 0;) {
+        out += allowMalformed && pick(20) == 0 ? malformed[pick(malformed.size())]
+                                               : wellFormed[pick(wellFormed.size())];
+      }
+      return out;
+    };
+    const auto texts = [&](std::size_t most) {
+      Strings out(pick(most + 1));
+      for (auto& t : out) t = text();
+      return out;
+    };
+    DependencyGraph graph;
+    VisualizationData data;
+    for (std::size_t i = pick(4); i-- > 0;) {
+      std::map<std::string, std::string> metadata;
+      for (std::size_t k = pick(3); k-- > 0;) metadata[text()] = text();
+      const auto type = allCases<NodeType>()[pick(allCases<NodeType>().size())];
+      const auto scope = allCases<DependencyScope>()[pick(allCases<DependencyScope>().size())];
+      const auto layer = static_cast<std::int64_t>(pick(9)) - 3;
+      graph.nodes.push_back(node(text(), scope, layer, pick(2) == 0, texts(3), type, metadata));
+      const DependencyNode& n = graph.nodes.back();
+      data.nodes.push_back({n.id, n.id, std::string(toString(type)), std::string(toString(scope)),
+                            std::to_string(layer), n.isCircular, n.dependencies, metadata});
+    }
+    for (std::size_t i = pick(4); i-- > 0;) {
+      const auto type = allCases<RelationshipType>()[pick(allCases<RelationshipType>().size())];
+      graph.edges.push_back(edge(text(), text(), text(), pick(2) == 0, type));
+      const DependencyEdge& e = graph.edges.back();
+      data.edges.push_back(
+          {e.from, e.to, std::string(toString(type)), e.relationship, e.isCircular});
+    }
+    GraphAnalysis analysis;
+    analysis.totalNodes = static_cast<std::int64_t>(pick(100));
+    analysis.maxDepth = -static_cast<std::int64_t>(pick(3));
+    // Doubles in their shortest round-trip form.
+    const std::pair<double, const char*> doubles[] = {
+        {0.1, "0.1"}, {2.5, "2.5"}, {3.0, "3"}, {1048576.0, "1048576"}, {1e-05, "1e-05"}};
+    const auto& [time, timeText] = doubles[pick(5)];
+    const auto& [memory, memoryText] = doubles[pick(5)];
+    analysis.analysisTime = time;
+    analysis.memoryUsage = memory;
+    analysis.hasCircularDependencies = pick(2) == 0;
+    data.metadata = {
+        {"totalNodes", std::to_string(analysis.totalNodes)},
+        {"totalDependencies", "0"},
+        {"hasCircularDependencies", analysis.hasCircularDependencies ? "true" : "false"},
+        {"maxDepth", std::to_string(analysis.maxDepth)},
+        {"analysisTime", timeText},
+        {"memoryUsage", memoryText},
+        {"cacheEfficiency", "0"}};
+    std::string expected;
+    try {
+      expected = nlohmann::json(data).dump(2, ' ', false, nlohmann::json::error_handler_t::strict);
+    } catch (const nlohmann::json::type_error&) {
+      expected = "{}";
+    }
+    ASSERT_EQ(G::generateJSONVisualization(graph, analysis), expected) << round;
+  }
 }
 
 TEST(DiagramGenerators, EmptyAndSmallGraphs) {
