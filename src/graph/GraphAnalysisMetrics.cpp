@@ -437,7 +437,7 @@ GraphAnalysis detail::analyseGraph(const AdvancedDIContainerImpl& container,
   analysis.hasCircularDependencies = !structure.cycles.empty();
   analysis.totalNodes = static_cast<std::int64_t>(graph.nodes.size());
   analysis.totalDependencies = static_cast<std::int64_t>(graph.edges.size());
-  analysis.maxDepth = structure.maxDepth;
+  analysis.maxDepth = structure.maxDepth();
   analysis.circularDependencyChains = structure.cycles;
   analysis.memoryUsage = static_cast<double>(container.getMemoryUsage());
   const double hits = hitPercentage(resolutionTotals(container.state()));

@@ -142,7 +142,6 @@ GraphStructure::GraphStructure(const ContainerState& state)
       ringPairs_.insert(unorderedPair(cycle[k], cycle[(k + 1) % cycle.size()]));
     }
   });
-  maxDepth = maxDependencyDepth(graph);
 }
 
 std::shared_ptr<const GraphStructure> graphStructure(const ContainerState& state) {

@@ -12,6 +12,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <unordered_set>
@@ -130,7 +131,13 @@ struct GraphStructure {
   std::vector<NameTraits> traits;                // per index
   std::vector<std::vector<std::string>> cycles;  // in the order the cycle search finds them
   std::vector<char> onCycle;                     // per index: the name lies on a cycle
-  std::int64_t maxDepth = 0;                     // over the registered names
+
+  /// The greatest dependency depth over the registered names, found on first use (the cycle
+  /// operations never need it).
+  [[nodiscard]] std::int64_t maxDepth() const {
+    if (!maxDepth_) maxDepth_ = maxDependencyDepth(graph);
+    return *maxDepth_;
+  }
 
   /// Whether the two names are neighbours on a cycle (a one-name cycle: its self-edge).
   [[nodiscard]] bool ringNeighbours(std::uint32_t a, std::uint32_t b) const {
@@ -141,6 +148,7 @@ struct GraphStructure {
   [[nodiscard]] static std::uint64_t unorderedPair(std::uint32_t a, std::uint32_t b) noexcept {
     return a < b ? (std::uint64_t{a} << 32 | b) : (std::uint64_t{b} << 32 | a);
   }
+  mutable std::optional<std::int64_t> maxDepth_;
   std::string packedNames_;
   std::unordered_set<std::uint64_t> ringPairs_;
 };
