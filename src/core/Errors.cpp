@@ -112,8 +112,8 @@ void to_json(nlohmann::json& json, const CircularDependencyException& error) {
 
 CircularDependencyException circularDependencyExceptionFromJson(const nlohmann::json& json) {
   detail::requireObject(json, "CircularDependencyException");
-  return CircularDependencyException(detail::field<std::string>(json, "message"),
-                                     detail::field<std::vector<std::string>>(json, "cycle"));
+  return {detail::field<std::string>(json, "message"),
+          detail::field<std::vector<std::string>>(json, "cycle")};
 }
 
 }  // namespace tavreldi

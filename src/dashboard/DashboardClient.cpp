@@ -101,16 +101,15 @@ struct DashboardClient::State {
         fmt::format("Dashboard request {} {} answered HTTP {}{}{}", request.method,
                     endpoint.urlFor(request.path), answer.status, excerpt.empty() ? "" : ": ",
                     excerpt.empty() ? std::string(" with an empty body") : excerpt);
-    return DashboardError(DashboardErrorKind::httpStatus,
-                          detail::redact(message, config.bearerToken), answer.status);
+    return {DashboardErrorKind::httpStatus, detail::redact(message, config.bearerToken),
+            answer.status};
   }
 
   [[nodiscard]] DashboardError decodingError(const detail::HttpRequest& request,
                                              std::string_view reason) const {
     const std::string message = fmt::format("Dashboard answer to {} {} does not decode: {}",
                                             request.method, endpoint.urlFor(request.path), reason);
-    return DashboardError(DashboardErrorKind::decoding,
-                          detail::redact(message, config.bearerToken));
+    return {DashboardErrorKind::decoding, detail::redact(message, config.bearerToken)};
   }
 
   [[nodiscard]] DashboardData decode(const detail::HttpRequest& request,

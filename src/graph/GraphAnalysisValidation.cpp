@@ -159,15 +159,16 @@ class EdgeFactory {
  public:
   explicit EdgeFactory(Timestamp now) : now_(now) {}
 
-  // Appends the edge `from` → `to`, built in place.
+  // Appends the edge `from` → `to`.
   void append(std::vector<DependencyEdge>& edges, std::string_view from, Roles fromRoles,
               std::string_view to, Roles toRoles, bool circular) {
     const RelationshipType type = relationshipTypeFor(fromRoles, toRoles);
     const RelationshipStrength strength = strengthFor(fromRoles, toRoles);
     auto& metadata = metadata_[static_cast<std::size_t>(type)][static_cast<std::size_t>(strength)];
     if (!metadata) metadata = edgeMetadataFor(type, strength, now_);
-    edges.emplace_back(std::string(from), std::string(to), "depends_on", circular, type, strength,
-                       EdgeDirection::unidirectional, impactFor(toRoles), *metadata);
+    edges.push_back(DependencyEdge{std::string(from), std::string(to), "depends_on", circular, type,
+                                   strength, EdgeDirection::unidirectional, impactFor(toRoles),
+                                   *metadata});
   }
 
  private:
@@ -217,11 +218,11 @@ NodesAndEdges buildNodesAndEdges(const ContainerState& state) {
     for (const std::uint32_t w : successors) dependencies.emplace_back(structure.names[w]);
     const ComplexityLevel complexity = complexityFor(dependencies.size());
     if (complexity == ComplexityLevel::high) ++result.highNodes;
-    result.nodes.emplace_back(std::string(structure.names[v]), slot.metadata->scope,
-                              std::move(dependencies), traits.layer, structure.onCycle[v] != 0,
-                              positionFor(i, nodeCount), traits.type, traits.category, complexity,
-                              samplePerformanceMetrics(now), nodeMetadata.get(*slot.metadata),
-                              tagsFor(traits.roles));
+    result.nodes.push_back(DependencyNode{
+        std::string(structure.names[v]), slot.metadata->scope, std::move(dependencies),
+        traits.layer, structure.onCycle[v] != 0, positionFor(i, nodeCount), traits.type,
+        traits.category, complexity, samplePerformanceMetrics(now),
+        nodeMetadata.get(*slot.metadata), tagsFor(traits.roles)});
   }
 
   // An edge leads to a higher layer when its target's node has a greater layer than its

@@ -77,8 +77,9 @@ ComplexityLevel complexityFor(std::size_t dependencyCount) noexcept {
 
 Point positionFor(std::size_t index, std::size_t count) noexcept {
   const std::size_t columns = std::max<std::size_t>(integerSquareRoot(count), 3);
-  return Point{static_cast<double>((index % columns) * 150 + 100),
-               static_cast<double>((index / columns) * 100 + 100)};
+  const std::size_t row = index / columns;
+  const std::size_t column = index % columns;
+  return Point{static_cast<double>(column * 150 + 100), static_cast<double>(row * 100 + 100)};
 }
 
 NodePerformanceMetrics samplePerformanceMetrics(Timestamp now) {

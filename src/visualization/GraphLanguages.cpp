@@ -362,7 +362,7 @@ std::string buildJson(const DependencyGraph& graph, const GraphAnalysis& analysi
 }
 
 std::string encodingFailure(std::string_view description) {
-  return fmt::format("{{\"error\": \"Failed to encode visualization data: {}\"}}", description);
+  return fmt::format(R"({{"error": "Failed to encode visualization data: {}"}})", description);
 }
 
 }  // namespace

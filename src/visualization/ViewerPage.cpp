@@ -210,7 +210,7 @@ std::string renderViewerPage(const DependencyGraph& graph, const GraphAnalysis& 
   page += detail::kViewerStyle;
   page += "</style>\n</head>\n<body>\n";
   page += detail::kViewerBody;
-  page += "<script type=\"application/json\" id=\"viewer-data\">";
+  page += R"(<script type="application/json" id="viewer-data">)";
   appendScriptSafe(page, data);
   page += "</script>\n<script>\n";
   page += detail::kViewerScript;

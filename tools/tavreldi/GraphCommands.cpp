@@ -106,7 +106,9 @@ std::vector<std::string> reportLines(const DependencyGraph& graph, const std::st
   const auto& p = a.performanceMetrics;
   const GraphExtras extras = computeExtras(graph);
   std::vector<std::string> lines;
-  const auto add = [&lines](std::string line) { lines.push_back(std::move(line)); };
+  const auto add = [&lines](std::string line) {  // NOLINT(*-unnecessary-value-param): moved
+    lines.push_back(std::move(line));
+  };
   const auto row = [&lines](std::string_view label, const std::string& value) {
     lines.push_back(fmt::format("  {:<34}{}", label, value));
   };

@@ -28,9 +28,7 @@ void addDemoCommand(CLI::App& app) {
   });
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int run(int argc, char** argv) {
   CLI::App app{"TavrelDI: dependency injection for C++ with a picture of your architecture"};
   app.set_version_flag("--version", "tavreldi 0.1.0");
   app.require_subcommand(1);
@@ -64,4 +62,15 @@ int main(int argc, char** argv) {
   }
   std::fflush(stdout);
   return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return run(argc, argv);
+  } catch (const std::exception& error) {  // setting the commands up failed (out of memory)
+    std::fprintf(stderr, "tavreldi: %s\n", error.what());
+    return 1;
+  }
 }

@@ -98,7 +98,7 @@ class AdvancedDIContainer {
   }
   /// Stores `metadata` for `T` (no factory; nothing printed).
   template <class T>
-  void registerWithMetadata(DependencyMetadata metadata) {
+  void registerWithMetadata(DependencyMetadata metadata) {  // NOLINT(*-unnecessary-value-param)
     registerMetadata(serviceKey<T>(), std::move(metadata));
   }
   /// True when `T` has metadata (even without a factory).
