@@ -245,6 +245,37 @@ void appendJsonBoolMember(std::string& out, JsonLevel& level, std::string_view k
   out += value ? "true" : "false";
 }
 
+// "[" elements "]" on their own lines at `indent` + 2, or "[]" when there are none; `write`
+// appends one element.
+template <class Items, class Write>
+void appendJsonArray(std::string& out, const Items& items, std::size_t indent, Write&& write) {
+  if (std::empty(items)) {
+    out += "[]";
+    return;
+  }
+  out += "[\n";
+  JsonLevel level(out, indent + 2);
+  for (const auto& item : items) {
+    level.element();
+    write(item);
+  }
+  out += '\n';
+  out.append(indent, ' ');
+  out += ']';
+}
+
+// "{" members "}" at `indent` + 2, for a record that has members; `write` appends them at the
+// level it is given.
+template <class Write>
+void appendJsonRecord(std::string& out, std::size_t indent, Write&& write) {
+  out += "{\n";
+  JsonLevel member(out, indent + 2);
+  write(member);
+  out += '\n';
+  out.append(indent, ' ');
+  out += '}';
+}
+
 // "{" members "}" on their own lines at `indent` + 2, or "{}" when there are none.
 template <class Map>
 void appendJsonTextMap(std::string& out, const Map& map, std::size_t indent) {
@@ -252,15 +283,12 @@ void appendJsonTextMap(std::string& out, const Map& map, std::size_t indent) {
     out += "{}";
     return;
   }
-  out += "{\n";
-  JsonLevel level(out, indent + 2);
-  for (const auto& [key, value] : map) {
-    level.textKey(key);
-    appendJsonString(out, value);
-  }
-  out += '\n';
-  out.append(indent, ' ');
-  out += '}';
+  appendJsonRecord(out, indent, [&](JsonLevel& level) {
+    for (const auto& [key, value] : map) {
+      level.textKey(key);
+      appendJsonString(out, value);
+    }
+  });
 }
 
 // Characters of an edge and of a node besides their texts (keys, indentation, punctuation,
@@ -290,24 +318,15 @@ std::string buildJson(const DependencyGraph& graph, const GraphAnalysis& analysi
   JsonLevel top(out, 2);
 
   top.key("edges");
-  if (graph.edges.empty()) {
-    out += "[]";
-  } else {
-    out += "[\n";
-    JsonLevel edges(out, 4);
-    for (const DependencyEdge& edge : graph.edges) {
-      edges.element();
-      out += "{\n";
-      JsonLevel member(out, 6);
+  appendJsonArray(out, graph.edges, 2, [&](const DependencyEdge& edge) {
+    appendJsonRecord(out, 4, [&](JsonLevel& member) {
       appendJsonStringMember(out, member, "from", edge.from);
       appendJsonBoolMember(out, member, "isCircular", edge.isCircular);
       appendJsonStringMember(out, member, "label", edge.relationship);
       appendJsonStringMember(out, member, "to", edge.to);
       appendJsonStringMember(out, member, "type", toString(edge.relationshipType));
-      out += "\n    }";
-    }
-    out += "\n  ]";
-  }
+    });
+  });
 
   // Plain text of each figure: integers in decimal, booleans as true/false, doubles in their
   // shortest round-trip form; the keys in byte order.
@@ -324,27 +343,11 @@ std::string buildJson(const DependencyGraph& graph, const GraphAnalysis& analysi
   appendJsonTextMap(out, figures, 2);
 
   top.key("nodes");
-  if (graph.nodes.empty()) {
-    out += "[]";
-  } else {
-    out += "[\n";
-    JsonLevel nodes(out, 4);
-    for (const DependencyNode& node : graph.nodes) {
-      nodes.element();
-      out += "{\n";
-      JsonLevel member(out, 6);
+  appendJsonArray(out, graph.nodes, 2, [&](const DependencyNode& node) {
+    appendJsonRecord(out, 4, [&](JsonLevel& member) {
       member.key("dependencies");
-      if (node.dependencies.empty()) {
-        out += "[]";
-      } else {
-        out += "[\n";
-        JsonLevel dependencies(out, 8);
-        for (const std::string& dependency : node.dependencies) {
-          dependencies.element();
-          appendJsonString(out, dependency);
-        }
-        out += "\n      ]";
-      }
+      appendJsonArray(out, node.dependencies, 6,
+                      [&](const std::string& dependency) { appendJsonString(out, dependency); });
       appendJsonStringMember(out, member, "id", node.id);
       appendJsonBoolMember(out, member, "isCircular", node.isCircular);
       appendJsonStringMember(out, member, "label", node.id);
@@ -353,10 +356,8 @@ std::string buildJson(const DependencyGraph& graph, const GraphAnalysis& analysi
       appendJsonTextMap(out, node.metadata, 6);
       appendJsonStringMember(out, member, "scope", toString(node.scope));
       appendJsonStringMember(out, member, "type", toString(node.type));
-      out += "\n    }";
-    }
-    out += "\n  ]";
-  }
+    });
+  });
   out += "\n}";
   return out;
 }
