@@ -122,6 +122,9 @@ inline constexpr std::size_t kDefaultReachBudget = std::size_t{32} << 20;
 /// dependencies, timestamps, sample figures) is read afresh on every build.
 struct GraphStructure {
   explicit GraphStructure(const ContainerState& state);
+  // `names` view `packedNames_`: never copied or moved.
+  GraphStructure(const GraphStructure&) = delete;
+  GraphStructure& operator=(const GraphStructure&) = delete;
 
   std::uint64_t version;
   ObservedGraph graph;

@@ -38,6 +38,7 @@ struct NameTraits {
   NodeCategory category = NodeCategory::infrastructure;
 };
 
+/// What the rules tell from `name`.
 [[nodiscard]] NameTraits traitsOf(std::string_view name) noexcept;
 
 /// Complexity from the number of dependencies: up to 2 low, 3 to 5 medium, 6 or more high.
