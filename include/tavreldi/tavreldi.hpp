@@ -27,6 +27,7 @@
 #include "tavreldi/graph/DependencyNode.hpp"
 #include "tavreldi/graph/GraphMetrics.hpp"
 #include "tavreldi/graph/Metadata.hpp"
+#include "tavreldi/graph/Name.hpp"
 #include "tavreldi/metrics/PerformanceMetrics.hpp"
 #include "tavreldi/telemetry/AnalyticsValue.hpp"
 #include "tavreldi/telemetry/ConsoleDIAnalyticsProvider.hpp"

@@ -15,11 +15,12 @@ DashboardSummary makeDashboardSummary(const DependencyGraph& graph, Timestamp ti
   DashboardSummary summary;
   summary.nodes.reserve(graph.nodes.size());
   for (const DependencyNode& node : graph.nodes) {
-    summary.nodes.push_back({node.id, node.scope, node.layer, node.type, node.isCircular});
+    summary.nodes.push_back({node.id.str(), node.scope, node.layer, node.type, node.isCircular});
   }
   summary.edges.reserve(graph.edges.size());
   for (const DependencyEdge& edge : graph.edges) {
-    summary.edges.push_back({edge.from, edge.to, edge.relationshipType, edge.isCircular});
+    summary.edges.push_back(
+        {edge.from.str(), edge.to.str(), edge.relationshipType, edge.isCircular});
   }
   const GraphAnalysis& analysis = graph.analysis;
   summary.analysis = DashboardAnalysisSummary{analysis.totalNodes,

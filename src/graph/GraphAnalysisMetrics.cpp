@@ -260,8 +260,8 @@ struct GraphCounts {
     std::unordered_set<std::string_view> seen;
     for (const DependencyEdge& edge : edges) {
       if (!edge.isCircular) continue;
-      if (seen.insert(edge.from).second) affected.push_back(edge.from);
-      if (seen.insert(edge.to).second) affected.push_back(edge.to);
+      if (seen.insert(edge.from).second) affected.push_back(edge.from.str());
+      if (seen.insert(edge.to).second) affected.push_back(edge.to.str());
     }
     recommendations.push_back(Recommendation{
         RecommendationType::architecture, RecommendationPriority::high,
@@ -273,7 +273,7 @@ struct GraphCounts {
   if (high > 0) {
     std::vector<std::string> affected;
     for (const DependencyNode& node : nodes) {
-      if (node.complexity == ComplexityLevel::high) affected.push_back(node.id);
+      if (node.complexity == ComplexityLevel::high) affected.push_back(node.id.str());
     }
     recommendations.push_back(Recommendation{
         RecommendationType::maintainability, RecommendationPriority::medium,
@@ -322,7 +322,7 @@ ArchitectureMetrics AdvancedDIContainerImpl::createArchitectureMetrics(
   std::unordered_map<std::string_view, std::int64_t> layerOf;
   layerOf.reserve(nodes.size());
   for (const DependencyNode& node : nodes) layerOf.try_emplace(node.id, node.layer);
-  const auto layer = [&](const std::string& id) {
+  const auto layer = [&](std::string_view id) {
     const auto it = layerOf.find(id);
     return it == layerOf.end() ? std::int64_t{0} : it->second;
   };
@@ -361,7 +361,7 @@ GraphPerformanceMetrics AdvancedDIContainerImpl::createGraphPerformanceMetrics(
   metrics.cacheHitRate = hitRateSum / count;
   for (const DependencyNode& node : nodes) {
     if (node.performanceMetrics.resolutionTime > 2 * metrics.averageResolutionTime) {
-      metrics.bottleneckNodes.push_back(node.id);
+      metrics.bottleneckNodes.push_back(node.id.str());
     }
   }
   return metrics;
@@ -387,7 +387,7 @@ std::vector<NodeCluster> AdvancedDIContainerImpl::createNodeClusters(
                                      {{"category", raw}}});
     }
     NodeCluster& cluster = clusters[index];
-    cluster.nodes.push_back(node.id);
+    cluster.nodes.push_back(node.id.str());
     cluster.center.x += node.position.x;
     cluster.center.y += node.position.y;
   }

@@ -121,16 +121,20 @@ GraphStructure::GraphStructure(const ContainerState& state)
     : version(state.structureVersion), graph(state) {
   std::size_t length = 0;
   for (const Slot* slot : graph.slots) length += slot->name.size();
-  packedNames_.reserve(length);
-  for (const Slot* slot : graph.slots) packedNames_ += slot->name;
+  std::shared_ptr<char[]> packed = std::make_shared_for_overwrite<char[]>(length);
   names.reserve(graph.size());
   traits.reserve(graph.size());
   std::size_t at = 0;
   for (const Slot* slot : graph.slots) {
-    names.push_back(std::string_view(packedNames_).substr(at, slot->name.size()));
+    std::copy(slot->name.begin(), slot->name.end(), packed.get() + at);
+    names.emplace_back(packed, std::string_view(packed.get() + at, slot->name.size()));
     at += slot->name.size();
     traits.push_back(traitsOf(names.back()));
   }
+  auto successorNames = std::make_shared<std::vector<Name>>();
+  successorNames->reserve(graph.targets.size());
+  for (const std::uint32_t target : graph.targets) successorNames->push_back(names[target]);
+  successorNames_ = std::move(successorNames);
   // The cycles, found once; a name is circular when it lies on one, an edge when its two ends
   // are neighbours on one.
   onCycle.assign(graph.size(), 0);
@@ -159,15 +163,14 @@ class EdgeFactory {
   explicit EdgeFactory(Timestamp now) : now_(now) {}
 
   // Appends the edge `from` → `to`.
-  void append(std::vector<DependencyEdge>& edges, std::string_view from, Roles fromRoles,
-              std::string_view to, Roles toRoles, bool circular) {
+  void append(std::vector<DependencyEdge>& edges, const Name& from, Roles fromRoles, Name to,
+              Roles toRoles, bool circular) {
     const RelationshipType type = relationshipTypeFor(fromRoles, toRoles);
     const RelationshipStrength strength = strengthFor(fromRoles, toRoles);
     auto& metadata = metadata_[static_cast<std::size_t>(type)][static_cast<std::size_t>(strength)];
     if (!metadata) metadata = edgeMetadataFor(type, strength, now_);
-    edges.push_back(DependencyEdge{std::string(from), std::string(to), "depends_on", circular, type,
-                                   strength, EdgeDirection::unidirectional, impactFor(toRoles),
-                                   *metadata});
+    edges.push_back(DependencyEdge{from, std::move(to), "depends_on", circular, type, strength,
+                                   EdgeDirection::unidirectional, impactFor(toRoles), *metadata});
   }
 
  private:
@@ -212,16 +215,13 @@ NodesAndEdges buildNodesAndEdges(const ContainerState& state) {
     const std::uint32_t v = slot.index;
     const NameTraits& traits = structure.traits[v];
     const auto successors = graph.successors(v);
-    std::vector<std::string> dependencies;
-    dependencies.reserve(successors.size());
-    for (const std::uint32_t w : successors) dependencies.emplace_back(structure.names[w]);
-    const ComplexityLevel complexity = complexityFor(dependencies.size());
+    const ComplexityLevel complexity = complexityFor(successors.size());
     if (complexity == ComplexityLevel::high) ++result.highNodes;
-    result.nodes.push_back(DependencyNode{
-        std::string(structure.names[v]), slot.metadata->scope, std::move(dependencies),
-        traits.layer, structure.onCycle[v] != 0, positionFor(i, nodeCount), traits.type,
-        traits.category, complexity, samplePerformanceMetrics(now),
-        nodeMetadata.get(*slot.metadata), tagsFor(traits.roles)});
+    result.nodes.push_back(
+        DependencyNode{structure.names[v], slot.metadata->scope, structure.dependencyNames(v),
+                       traits.layer, structure.onCycle[v] != 0, positionFor(i, nodeCount),
+                       traits.type, traits.category, complexity, samplePerformanceMetrics(now),
+                       nodeMetadata.get(*slot.metadata), tagsFor(traits.roles)});
   }
 
   // An edge leads to a higher layer when its target's node has a greater layer than its
@@ -239,8 +239,10 @@ NodesAndEdges buildNodesAndEdges(const ContainerState& state) {
     const bool circular = target != nullptr && structure.ringNeighbours(from, target->index);
     const Roles toRoles =
         target != nullptr ? structure.traits[target->index].roles : traitsOf(to).roles;
-    edges.append(result.edges, structure.names[from], structure.traits[from].roles, to, toRoles,
-                 circular);
+    // A declared dependency that names no slot has a name of its own.
+    Name toName = target != nullptr ? structure.names[target->index] : Name(to);
+    edges.append(result.edges, structure.names[from], structure.traits[from].roles,
+                 std::move(toName), toRoles, circular);
     if (circular) ++result.circularEdges;
     if (layerOf(from) < (target != nullptr ? layerOf(target->index) : 0)) {
       ++result.layerViolations;

@@ -1,6 +1,7 @@
 #include "graph/detail/NamingRules.hpp"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <random>
@@ -92,13 +93,24 @@ NodePerformanceMetrics samplePerformanceMetrics(Timestamp now) {
   return metrics;
 }
 
-std::vector<std::string> tagsFor(Roles roles) {
-  std::vector<std::string> tags;
-  if ((roles & kApiRole) != 0) tags.emplace_back("api");
-  if ((roles & kRepositoryRole) != 0) tags.emplace_back("repository");
-  if ((roles & kUseCaseRole) != 0) tags.emplace_back("usecase");
-  if ((roles & kViewModelRole) != 0) tags.emplace_back("viewmodel");
-  return tags;
+const NameList& tagsFor(Roles roles) {
+  // One list per combination of the four tagged roles, made once and shared by every node.
+  static const std::array<NameList, 16> lists = [] {
+    std::array<NameList, 16> result;
+    for (unsigned bits = 0; bits < result.size(); ++bits) {
+      std::vector<Name> tags;
+      if ((bits & 1U) != 0) tags.emplace_back("api");
+      if ((bits & 2U) != 0) tags.emplace_back("repository");
+      if ((bits & 4U) != 0) tags.emplace_back("usecase");
+      if ((bits & 8U) != 0) tags.emplace_back("viewmodel");
+      result[bits] = NameList(std::move(tags));
+    }
+    return result;
+  }();
+  const unsigned bits =
+      ((roles & kApiRole) != 0 ? 1U : 0U) | ((roles & kRepositoryRole) != 0 ? 2U : 0U) |
+      ((roles & kUseCaseRole) != 0 ? 4U : 0U) | ((roles & kViewModelRole) != 0 ? 8U : 0U);
+  return lists[bits];
 }
 
 std::map<std::string, std::string> nodeMetadataFor(const DependencyMetadata& metadata,

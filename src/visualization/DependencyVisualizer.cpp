@@ -82,8 +82,10 @@ asio::awaitable<std::string> DependencyVisualizer::renderViewer(ViewerOptions op
     co_await asio::dispatch(asio::bind_executor(impl->executor(), asio::use_awaitable));
     if (!options.cycleAnalysis) options.cycleAnalysis = impl->analyzeCircularDependencies();
     for (const DependencyNode& node : graph.nodes) {
-      if (!options.measured.contains(node.id)) {
-        options.measured.emplace(node.id, impl->getServiceStatistics(node.id));
+      std::string name = node.id.str();
+      if (!options.measured.contains(name)) {
+        ServiceStatistics statistics = impl->getServiceStatistics(name);
+        options.measured.emplace(std::move(name), std::move(statistics));
       }
     }
     if (options.criticalPaths.empty()) {

@@ -305,7 +305,7 @@ std::string buildJson(const DependencyGraph& graph, const GraphAnalysis& analysi
   }
   for (const DependencyNode& node : graph.nodes) {
     capacity += kJsonNodeFixed + 2 * node.id.size();
-    for (const std::string& dependency : node.dependencies) {
+    for (const Name& dependency : node.dependencies) {
       capacity += kJsonEntryFixed + dependency.size();
     }
     for (const auto& [key, value] : node.metadata) {
@@ -347,7 +347,7 @@ std::string buildJson(const DependencyGraph& graph, const GraphAnalysis& analysi
     appendJsonRecord(out, 4, [&](JsonLevel& member) {
       member.key("dependencies");
       appendJsonArray(out, node.dependencies, 6,
-                      [&](const std::string& dependency) { appendJsonString(out, dependency); });
+                      [&](const Name& dependency) { appendJsonString(out, dependency); });
       appendJsonStringMember(out, member, "id", node.id);
       appendJsonBoolMember(out, member, "isCircular", node.isCircular);
       appendJsonStringMember(out, member, "label", node.id);

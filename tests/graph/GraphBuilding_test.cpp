@@ -264,6 +264,39 @@ TEST_F(GraphBuilding, EveryChangeShowsInTheNextBuild) {
   EXPECT_EQ(g.nodes.front().scope, DependencyScope::singleton);
 }
 
+// A graph's names point into one block of the container's; they stay readable after the
+// container has rebuilt its structure and after it is gone (the sanitizer build checks this).
+TEST_F(GraphBuilding, NamesAreSharedAndOutliveTheContainer) {
+  auto c = makeContainer();
+  registerName(*c, "LoadUserUseCase");
+  registerName(*c, "UserRepository");
+  registerName(*c, "OrderRepository");
+  observe(*c, "LoadUserUseCase", {"UserRepository", "OrderRepository"});
+  observe(*c, "UserRepository", {"Ghost"});
+  const DependencyGraph g = run(c->getDependencyGraph());
+  ASSERT_EQ(g.nodes.size(), 3U);
+  ASSERT_EQ(g.edges.size(), 3U);
+  const DependencyNode& useCase = g.nodes[0];
+  EXPECT_EQ(useCase.dependencies, (Names{"UserRepository", "OrderRepository"}));
+  EXPECT_EQ(useCase.dependencies[0].data(), g.nodes[1].id.data());
+  EXPECT_EQ(useCase.dependencies[1].data(), g.nodes[2].id.data());
+  EXPECT_EQ(g.edges[0].from.data(), useCase.id.data());
+  EXPECT_EQ(g.edges[1].to.data(), g.nodes[2].id.data());
+  EXPECT_EQ(g.edges[2].to, "Ghost");
+  EXPECT_EQ(g.nodes[1].tags, (Names{"repository"}));
+  EXPECT_EQ(g.nodes[1].tags.data(), g.nodes[2].tags.data());  // one list per set of roles
+
+  const DependencyGraph again = run(c->getDependencyGraph());
+  EXPECT_EQ(again.nodes[0].id.data(), useCase.id.data());  // same structure, same block
+  observe(*c, "OrderRepository", {"Logger"});
+  const DependencyGraph changed = run(c->getDependencyGraph());
+  EXPECT_NE(changed.nodes[0].id.data(), useCase.id.data());
+  c.reset();
+  EXPECT_EQ(useCase.id + ">" + useCase.dependencies[1], "LoadUserUseCase>OrderRepository");
+  EXPECT_EQ(g.edges[2].from + ">" + g.edges[2].to, "UserRepository>Ghost");
+  EXPECT_EQ(changed.nodes[2].dependencies, (Names{"Logger"}));
+}
+
 TEST_F(GraphBuilding, EmptyContainerAndValidation) {
   auto c = makeContainer();
   EXPECT_TRUE(c->findCircularDependencies().empty());

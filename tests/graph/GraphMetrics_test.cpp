@@ -28,7 +28,7 @@ DependencyNode node(std::string id, std::int64_t layer = 0,
   n.id = std::move(id);
   n.layer = layer;
   n.complexity = complexity;
-  n.dependencies.assign(deps, "X");
+  n.dependencies = std::vector<std::string>(deps, "X");
   return n;
 }
 
@@ -62,7 +62,7 @@ Names literalLongest(const std::string& n, std::set<std::string> excluded, const
   Names best;
   for (const auto& e : edges) {
     if (e.from != n) continue;
-    Names path = literalLongest(e.to, excluded, edges);
+    Names path = literalLongest(e.to.str(), excluded, edges);
     if (path.size() > best.size()) best = std::move(path);
   }
   best.insert(best.begin(), n);
@@ -72,7 +72,7 @@ Names literalLongest(const std::string& n, std::set<std::string> excluded, const
 std::vector<Names> literalCriticalPaths(const Nodes& ns, const Edges& edges) {
   std::vector<Names> kept;
   for (const auto& n : ns) {
-    Names path = literalLongest(n.id, {}, edges);
+    Names path = literalLongest(n.id.str(), {}, edges);
     if (path.size() >= 4) kept.push_back(std::move(path));
   }
   std::stable_sort(kept.begin(), kept.end(),
@@ -242,7 +242,7 @@ TEST_F(GraphMetrics, CriticalPaths) {
   Edges chainEdges;
   for (int i = 0; i < 100000; ++i) {
     chain.push_back(node("N" + std::to_string(i)));
-    if (i > 0) chainEdges.push_back(edge(chain[i - 1].id, chain[i].id));
+    if (i > 0) chainEdges.push_back(edge(chain[i - 1].id.str(), chain[i].id.str()));
   }
   const auto chainPaths = c->createCriticalPaths(chain, chainEdges);
   ASSERT_EQ(chainPaths.size(), 5u);

@@ -244,15 +244,16 @@ TEST(DiagramGenerators, JSONIsThePrintOfTheVisualizationData) {
       const auto layer = static_cast<std::int64_t>(pick(9)) - 3;
       graph.nodes.push_back(node(text(), scope, layer, pick(2) == 0, texts(3), type, metadata));
       const DependencyNode& n = graph.nodes.back();
-      data.nodes.push_back({n.id, n.id, std::string(toString(type)), std::string(toString(scope)),
-                            std::to_string(layer), n.isCircular, n.dependencies, metadata});
+      data.nodes.push_back({n.id.str(), n.id.str(), std::string(toString(type)),
+                            std::string(toString(scope)), std::to_string(layer), n.isCircular,
+                            n.dependencies.strings(), metadata});
     }
     for (std::size_t i = pick(4); i-- > 0;) {
       const auto type = allCases<RelationshipType>()[pick(allCases<RelationshipType>().size())];
       graph.edges.push_back(edge(text(), text(), text(), pick(2) == 0, type));
       const DependencyEdge& e = graph.edges.back();
       data.edges.push_back(
-          {e.from, e.to, std::string(toString(type)), e.relationship, e.isCircular});
+          {e.from.str(), e.to.str(), std::string(toString(type)), e.relationship, e.isCircular});
     }
     GraphAnalysis analysis;
     analysis.totalNodes = static_cast<std::int64_t>(pick(100));

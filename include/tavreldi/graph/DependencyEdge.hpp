@@ -12,6 +12,7 @@
 
 #include "tavreldi/core/Enum.hpp"
 #include "tavreldi/graph/Metadata.hpp"
+#include "tavreldi/graph/Name.hpp"
 
 namespace tavreldi {
 
@@ -69,8 +70,8 @@ struct EnumTraits<PerformanceImpact> {
 
 /// One dependency between two nodes. Identity (equality and hash) is the pair `from`, `to`.
 struct DependencyEdge {
-  std::string from;
-  std::string to;
+  Name from;
+  Name to;
   std::string relationship;
   bool isCircular = false;
   RelationshipType relationshipType = RelationshipType::dependency;
@@ -94,7 +95,7 @@ void from_json(const nlohmann::json& json, DependencyEdge& edge);
 template <>
 struct std::hash<tavreldi::DependencyEdge> {
   std::size_t operator()(const tavreldi::DependencyEdge& edge) const noexcept {
-    const std::size_t h = std::hash<std::string>{}(edge.from);
-    return h ^ (std::hash<std::string>{}(edge.to) + 0x9e3779b97f4a7c15ULL + (h << 6) + (h >> 2));
+    const std::size_t h = std::hash<tavreldi::Name>{}(edge.from);
+    return h ^ (std::hash<tavreldi::Name>{}(edge.to) + 0x9e3779b97f4a7c15ULL + (h << 6) + (h >> 2));
   }
 };

@@ -17,6 +17,7 @@
 #include "tavreldi/core/Enum.hpp"
 #include "tavreldi/core/Timestamp.hpp"
 #include "tavreldi/graph/Metadata.hpp"
+#include "tavreldi/graph/Name.hpp"
 
 namespace tavreldi {
 
@@ -90,9 +91,9 @@ struct NodePerformanceMetrics {
 
 /// One registered type in the graph. Identity (equality and hash) is `id` alone.
 struct DependencyNode {
-  std::string id;
+  Name id;
   DependencyScope scope = DependencyScope::singleton;
-  std::vector<std::string> dependencies;
+  NameList dependencies;
   std::int64_t layer = 0;
   bool isCircular = false;
   Point position;
@@ -101,7 +102,7 @@ struct DependencyNode {
   ComplexityLevel complexity = ComplexityLevel::low;
   NodePerformanceMetrics performanceMetrics;
   Metadata metadata;
-  std::vector<std::string> tags;
+  NameList tags;
 
   friend bool operator==(const DependencyNode& a, const DependencyNode& b) { return a.id == b.id; }
 };
@@ -125,6 +126,6 @@ void from_json(const nlohmann::json& json, Point& point);
 template <>
 struct std::hash<tavreldi::DependencyNode> {
   std::size_t operator()(const tavreldi::DependencyNode& node) const noexcept {
-    return std::hash<std::string>{}(node.id);
+    return std::hash<tavreldi::Name>{}(node.id);
   }
 };

@@ -122,18 +122,24 @@ inline constexpr std::size_t kDefaultReachBudget = std::size_t{32} << 20;
 /// dependencies, timestamps, sample figures) is read afresh on every build.
 struct GraphStructure {
   explicit GraphStructure(const ContainerState& state);
-  // `names` view `packedNames_`: never copied or moved.
-  GraphStructure(const GraphStructure&) = delete;
-  GraphStructure& operator=(const GraphStructure&) = delete;
 
   std::uint64_t version;
   ObservedGraph graph;
-  // Per index: the name, packed together, so that building reads names from one small block
-  // rather than from every slot.
-  std::vector<std::string_view> names;
+  // Per index: the name. The texts are packed in one block that every `Name` handed out in
+  // nodes and edges shares, so a build copies no text and allocates nothing per name.
+  std::vector<Name> names;
   std::vector<NameTraits> traits;                // per index
   std::vector<std::vector<std::string>> cycles;  // in the order the cycle search finds them
   std::vector<char> onCycle;                     // per index: the name lies on a cycle
+
+  /// The names of the observed dependencies of `v`, in order, shared with every node that
+  /// lists them.
+  [[nodiscard]] NameList dependencyNames(std::uint32_t v) const noexcept {
+    if (graph.offsets[v] == graph.offsets[v + 1]) return {};
+    return NameList(successorNames_,
+                    std::span<const Name>(*successorNames_)
+                        .subspan(graph.offsets[v], graph.offsets[v + 1] - graph.offsets[v]));
+  }
 
   /// The greatest dependency depth over the registered names, found on first use (the cycle
   /// operations never need it).
@@ -152,7 +158,8 @@ struct GraphStructure {
     return a < b ? (std::uint64_t{a} << 32 | b) : (std::uint64_t{b} << 32 | a);
   }
   mutable std::optional<std::int64_t> maxDepth_;
-  std::string packedNames_;
+  // The names of `graph.targets`, position for position.
+  std::shared_ptr<const std::vector<Name>> successorNames_;
   std::unordered_set<std::uint64_t> ringPairs_;
 };
 

@@ -53,7 +53,7 @@ struct NameTraits {
 [[nodiscard]] NodePerformanceMetrics samplePerformanceMetrics(Timestamp now);
 
 /// Lower-case role labels, in the order "api", "repository", "usecase", "viewmodel".
-[[nodiscard]] std::vector<std::string> tagsFor(Roles roles);
+[[nodiscard]] const NameList& tagsFor(Roles roles);
 
 /// "scope", "lifetime", "threadSafety" (raw values of the registration) and "created_at"
 /// (`now`, ISO 8601 to the second).
