@@ -5,11 +5,9 @@
 #include <chrono>
 #include <cstdint>
 #include <limits>
-#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <tuple>
 #include <unordered_set>
 #include <utility>
 #include <vector>
@@ -131,10 +129,9 @@ GraphStructure::GraphStructure(const ContainerState& state)
     at += slot->name.size();
     traits.push_back(traitsOf(names.back()));
   }
-  auto successorNames = std::make_shared<std::vector<Name>>();
-  successorNames->reserve(graph.targets.size());
-  for (const std::uint32_t target : graph.targets) successorNames->push_back(names[target]);
-  successorNames_ = std::move(successorNames);
+  dependencyOwners.reserve(state.dependencyMapOrder.size());
+  for (const Slot* slot : state.dependencyMapOrder) dependencyOwners.push_back(slot->index);
+  readRegistrations(state);
   // The cycles, found once; a name is circular when it lies on one, an edge when its two ends
   // are neighbours on one.
   onCycle.assign(graph.size(), 0);
@@ -145,6 +142,51 @@ GraphStructure::GraphStructure(const ContainerState& state)
       ringPairs_.insert(unorderedPair(cycle[k], cycle[(k + 1) % cycle.size()]));
     }
   });
+}
+
+void GraphStructure::readRegistrations(const ContainerState& state) {
+  scopes.reserve(graph.roots.size());
+  metadataKind.reserve(graph.roots.size());
+  for (const Slot* slot : state.registryOrder) {
+    const DependencyMetadata& metadata = *slot->metadata;
+    scopes.push_back(metadata.scope);
+    const auto sameKind = [&](const DependencyMetadata& kind) {
+      return kind.scope == metadata.scope && kind.lifetime == metadata.lifetime &&
+             kind.threadSafety == metadata.threadSafety;
+    };
+    const auto kind = std::find_if(metadataKinds.begin(), metadataKinds.end(), sameKind);
+    metadataKind.push_back(static_cast<std::uint32_t>(kind - metadataKinds.begin()));
+    if (kind == metadataKinds.end()) {
+      DependencyMetadata sample{};
+      sample.scope = metadata.scope;
+      sample.lifetime = metadata.lifetime;
+      sample.threadSafety = metadata.threadSafety;
+      metadataKinds.push_back(std::move(sample));
+    }
+    const std::vector<std::string>& declared = metadata.dependencies;
+    std::unordered_set<std::string_view> declaredBefore;
+    for (const std::string& name : declared) {
+      const Slot* const target = state.find(name);
+      if (target != nullptr && slot->dependsOn(target)) continue;
+      if (declared.size() > 1 && !declaredBefore.insert(name).second) continue;
+      declaredEdges.push_back(target != nullptr
+                                  ? DeclaredEdge{slot->index, target->index, names[target->index]}
+                                  : DeclaredEdge{slot->index, kNoSlot, Name(name)});
+    }
+  }
+}
+
+NameList GraphStructure::dependencyNames(std::uint32_t v) const {
+  if (!successorNames_) {
+    auto successorNames = std::make_shared<std::vector<Name>>();
+    successorNames->reserve(graph.targets.size());
+    for (const std::uint32_t target : graph.targets) successorNames->push_back(names[target]);
+    successorNames_ = std::move(successorNames);
+  }
+  const std::uint32_t first = graph.offsets[v];
+  const std::uint32_t count = graph.offsets[v + 1] - first;
+  if (count == 0) return {};
+  return {successorNames_, std::span<const Name>(*successorNames_).subspan(first, count)};
 }
 
 std::shared_ptr<const GraphStructure> graphStructure(const ContainerState& state) {
@@ -163,13 +205,13 @@ class EdgeFactory {
   explicit EdgeFactory(Timestamp now) : now_(now) {}
 
   // Appends the edge `from` → `to`.
-  void append(std::vector<DependencyEdge>& edges, const Name& from, Roles fromRoles, Name to,
+  void append(std::vector<DependencyEdge>& edges, const Name& from, Roles fromRoles, const Name& to,
               Roles toRoles, bool circular) {
     const RelationshipType type = relationshipTypeFor(fromRoles, toRoles);
     const RelationshipStrength strength = strengthFor(fromRoles, toRoles);
     auto& metadata = metadata_[static_cast<std::size_t>(type)][static_cast<std::size_t>(strength)];
     if (!metadata) metadata = edgeMetadataFor(type, strength, now_);
-    edges.push_back(DependencyEdge{from, std::move(to), "depends_on", circular, type, strength,
+    edges.push_back(DependencyEdge{from, to, "depends_on", circular, type, strength,
                                    EdgeDirection::unidirectional, impactFor(toRoles), *metadata});
   }
 
@@ -181,23 +223,6 @@ class EdgeFactory {
       metadata_;
 };
 
-// Node metadata depends only on scope, lifetime and thread safety at one build time.
-class NodeMetadataCache {
- public:
-  explicit NodeMetadataCache(Timestamp now) : now_(now) {}
-
-  [[nodiscard]] const Metadata& get(const DependencyMetadata& metadata) {
-    const auto key = std::tuple(metadata.scope, metadata.lifetime, metadata.threadSafety);
-    auto it = cache_.find(key);
-    if (it == cache_.end()) it = cache_.emplace(key, nodeMetadataFor(metadata, now_)).first;
-    return it->second;
-  }
-
- private:
-  Timestamp now_;
-  std::map<std::tuple<DependencyScope, DependencyLifetime, ThreadSafety>, Metadata> cache_;
-};
-
 }  // namespace
 
 NodesAndEdges buildNodesAndEdges(const ContainerState& state) {
@@ -207,21 +232,24 @@ NodesAndEdges buildNodesAndEdges(const ContainerState& state) {
   const ObservedGraph& graph = structure.graph;
   const Timestamp now = std::chrono::system_clock::now();
 
-  const std::size_t nodeCount = state.registryOrder.size();
+  // Node metadata depends only on the kind of registration and the build time.
+  std::vector<Metadata> nodeMetadata;
+  nodeMetadata.reserve(structure.metadataKinds.size());
+  for (const DependencyMetadata& kind : structure.metadataKinds) {
+    nodeMetadata.emplace_back(nodeMetadataFor(kind, now));
+  }
+  const std::size_t nodeCount = graph.roots.size();
   result.nodes.reserve(nodeCount);
-  NodeMetadataCache nodeMetadata(now);
   for (std::size_t i = 0; i < nodeCount; ++i) {
-    const Slot& slot = *state.registryOrder[i];
-    const std::uint32_t v = slot.index;
+    const std::uint32_t v = graph.roots[i];
     const NameTraits& traits = structure.traits[v];
-    const auto successors = graph.successors(v);
-    const ComplexityLevel complexity = complexityFor(successors.size());
+    const ComplexityLevel complexity = complexityFor(graph.successors(v).size());
     if (complexity == ComplexityLevel::high) ++result.highNodes;
     result.nodes.push_back(
-        DependencyNode{structure.names[v], slot.metadata->scope, structure.dependencyNames(v),
+        DependencyNode{structure.names[v], structure.scopes[i], structure.dependencyNames(v),
                        traits.layer, structure.onCycle[v] != 0, positionFor(i, nodeCount),
                        traits.type, traits.category, complexity, samplePerformanceMetrics(now),
-                       nodeMetadata.get(*slot.metadata), tagsFor(traits.roles)});
+                       nodeMetadata[structure.metadataKind[i]], tagsFor(traits.roles)});
   }
 
   // An edge leads to a higher layer when its target's node has a greater layer than its
@@ -231,37 +259,25 @@ NodesAndEdges buildNodesAndEdges(const ContainerState& state) {
   };
   // Edges: observed first (distinct already: one set per name), then the declared ones not
   // observed and not declared before by the same name.
-  std::size_t edgeCount = graph.targets.size();
-  for (const Slot* slot : state.registryOrder) edgeCount += slot->metadata->dependencies.size();
-  result.edges.reserve(edgeCount);
+  result.edges.reserve(graph.targets.size() + structure.declaredEdges.size());
   EdgeFactory edges(now);
-  const auto addEdge = [&](std::uint32_t from, std::string_view to, const Slot* target) {
-    const bool circular = target != nullptr && structure.ringNeighbours(from, target->index);
-    const Roles toRoles =
-        target != nullptr ? structure.traits[target->index].roles : traitsOf(to).roles;
-    // A declared dependency that names no slot has a name of its own.
-    Name toName = target != nullptr ? structure.names[target->index] : Name(to);
-    edges.append(result.edges, structure.names[from], structure.traits[from].roles,
-                 std::move(toName), toRoles, circular);
+  constexpr std::uint32_t kNoSlot = GraphStructure::kNoSlot;
+  const auto addEdge = [&](std::uint32_t from, std::uint32_t to, const Name& toName) {
+    const bool known = to != kNoSlot;
+    const bool circular = known && structure.ringNeighbours(from, to);
+    const Roles toRoles = known ? structure.traits[to].roles : traitsOf(toName).roles;
+    edges.append(result.edges, structure.names[from], structure.traits[from].roles, toName, toRoles,
+                 circular);
     if (circular) ++result.circularEdges;
-    if (layerOf(from) < (target != nullptr ? layerOf(target->index) : 0)) {
-      ++result.layerViolations;
-    }
+    if (layerOf(from) < (known ? layerOf(to) : 0)) ++result.layerViolations;
   };
-  for (const Slot* slot : state.dependencyMapOrder) {
-    for (const std::uint32_t target : graph.successors(slot->index)) {
-      addEdge(slot->index, structure.names[target], graph.slots[target]);
+  for (const std::uint32_t from : structure.dependencyOwners) {
+    for (const std::uint32_t target : graph.successors(from)) {
+      addEdge(from, target, structure.names[target]);
     }
   }
-  for (const Slot* slot : state.registryOrder) {
-    const std::vector<std::string>& declared = slot->metadata->dependencies;
-    std::unordered_set<std::string_view> declaredBefore;
-    for (const std::string& name : declared) {
-      const Slot* const target = state.find(name);
-      if (target != nullptr && slot->dependsOn(target)) continue;
-      if (declared.size() > 1 && !declaredBefore.insert(name).second) continue;
-      addEdge(slot->index, name, target);
-    }
+  for (const GraphStructure::DeclaredEdge& declared : structure.declaredEdges) {
+    addEdge(declared.from, declared.to, declared.name);
   }
   return result;
 }

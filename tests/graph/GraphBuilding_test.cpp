@@ -259,9 +259,13 @@ TEST_F(GraphBuilding, EveryChangeShowsInTheNextBuild) {
   EXPECT_EQ(g.edges.size(), 3U);
   EXPECT_FALSE(g.edges.back().isCircular);
   EXPECT_EQ(g.nodes.front().scope, DependencyScope::transient);
-  registerName(*c, "UserAPI", DependencyScope::singleton);
+  // Registering again replaces the scope and the declared dependencies.
+  registerName(*c, "UserAPI", DependencyScope::singleton, {"Ghost"});
   g = check(2, 2, 1, {{"UserAPI", "LoadUserUseCase"}});
   EXPECT_EQ(g.nodes.front().scope, DependencyScope::singleton);
+  EXPECT_EQ(g.nodes.front().metadata.at("scope"), "singleton");
+  ASSERT_EQ(g.edges.size(), 4U);
+  EXPECT_EQ(g.edges.back().from + ">" + g.edges.back().to, "UserAPI>Ghost");
 }
 
 // A graph's names point into one block of the container's; they stay readable after the

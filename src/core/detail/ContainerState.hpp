@@ -101,9 +101,10 @@ struct ContainerState {
 
   std::vector<Slot*> resolutionStack;
 
-  // Bumped whenever a name, an observed dependency or a registration is added. What graph
-  // building derives from those alone (cycles, greatest depth, what the names tell) is kept in
-  // `graphStructure` and made anew only when this has moved on.
+  // Bumped whenever a name or an observed dependency is added and on every registration. What
+  // graph building derives from those alone (cycles, greatest depth, what the names tell,
+  // scopes, declared dependencies) is kept in `graphStructure` and made anew only when this has
+  // moved on.
   std::uint64_t structureVersion = 0;
   mutable std::shared_ptr<const GraphStructure> graphStructure;
   std::shared_ptr<Attachments> attachments = std::make_shared<Attachments>();
@@ -146,12 +147,13 @@ struct ContainerState {
     return slot;
   }
 
-  /// Adds `slot` to the registry's keys unless it is there already.
+  /// Adds `slot` to the registry's keys unless it is there already. Called on every
+  /// registration, new or replacing one.
   void addToRegistry(Slot& slot) {
+    ++structureVersion;  // the registration is part of the structure
     if (slot.inRegistry) return;
     slot.inRegistry = true;
     registryOrder.push_back(&slot);
-    ++structureVersion;
   }
 
   /// Scoped instances of the current scope, or null when the scope has no map.

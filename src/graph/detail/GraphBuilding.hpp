@@ -116,10 +116,10 @@ inline constexpr std::size_t kDefaultReachBudget = std::size_t{32} << 20;
 [[nodiscard]] std::int64_t maxDependencyDepth(const ObservedGraph& graph,
                                               std::size_t reachBudget = kDefaultReachBudget);
 
-/// What graph building derives from the names, the observed dependencies and the registry's
-/// keys alone. The container keeps the latest one and makes a new one only after one of those
-/// was added to (`ContainerState::structureVersion`); the rest of a graph (scopes, declared
-/// dependencies, timestamps, sample figures) is read afresh on every build.
+/// What graph building derives from the names, the observed dependencies and the registrations.
+/// The container keeps the latest one and makes a new one only after one of those was added to
+/// or replaced (`ContainerState::structureVersion`); the rest of a graph (timestamps, sample
+/// figures) is made afresh on every build. A build reads no slot.
 struct GraphStructure {
   explicit GraphStructure(const ContainerState& state);
 
@@ -132,14 +132,30 @@ struct GraphStructure {
   std::vector<std::vector<std::string>> cycles;  // in the order the cycle search finds them
   std::vector<char> onCycle;                     // per index: the name lies on a cycle
 
+  // The names with observed dependencies, in the order each was first seen with one.
+  std::vector<std::uint32_t> dependencyOwners;
+  // Per registry position (as `graph.roots`): the registration's scope, and which of
+  // `metadataKinds` its node's metadata is made from.
+  std::vector<DependencyScope> scopes;
+  std::vector<std::uint32_t> metadataKind;
+  // The distinct scope, lifetime and thread safety of the registrations, in order first seen
+  // (only those three fields are set).
+  std::vector<DependencyMetadata> metadataKinds;
+
+  static constexpr std::uint32_t kNoSlot = 0xFFFFFFFF;
+  /// A declared dependency that gets an edge of its own: not observed, not declared before by
+  /// the same registration. `to` is kNoSlot when no slot has the name.
+  struct DeclaredEdge {
+    std::uint32_t from;
+    std::uint32_t to;
+    Name name;
+  };
+  std::vector<DeclaredEdge> declaredEdges;  // in registry order, then declaration order
+
   /// The names of the observed dependencies of `v`, in order, shared with every node that
-  /// lists them.
-  [[nodiscard]] NameList dependencyNames(std::uint32_t v) const noexcept {
-    if (graph.offsets[v] == graph.offsets[v + 1]) return {};
-    return NameList(successorNames_,
-                    std::span<const Name>(*successorNames_)
-                        .subspan(graph.offsets[v], graph.offsets[v + 1] - graph.offsets[v]));
-  }
+  /// lists them. Made on first use, for all names at once (the cycle operations never need
+  /// them).
+  [[nodiscard]] NameList dependencyNames(std::uint32_t v) const;
 
   /// The greatest dependency depth over the registered names, found on first use (the cycle
   /// operations never need it).
@@ -154,12 +170,14 @@ struct GraphStructure {
   }
 
  private:
+  // Scopes, metadata kinds and declared edges, from the registry.
+  void readRegistrations(const ContainerState& state);
   [[nodiscard]] static std::uint64_t unorderedPair(std::uint32_t a, std::uint32_t b) noexcept {
     return a < b ? (std::uint64_t{a} << 32 | b) : (std::uint64_t{b} << 32 | a);
   }
   mutable std::optional<std::int64_t> maxDepth_;
-  // The names of `graph.targets`, position for position.
-  std::shared_ptr<const std::vector<Name>> successorNames_;
+  // The names of `graph.targets`, position for position, once asked for.
+  mutable std::shared_ptr<const std::vector<Name>> successorNames_;
   std::unordered_set<std::uint64_t> ringPairs_;
 };
 
