@@ -18,6 +18,17 @@
 
 namespace tavreldi {
 
+class Name;
+
+namespace detail {
+/// What joins with a name by `+`: anything that converts to `std::string_view`.
+template <class T>
+concept JoinableText = std::convertible_to<const T&, std::string_view>;
+/// The same, names aside (they take the other overload).
+template <class T>
+concept OtherText = JoinableText<T> && !std::same_as<T, Name>;
+}  // namespace detail
+
 /// An immutable text: the name of a service in a graph.
 ///
 /// Copies share the text instead of copying it. The container packs the names of a graph into
@@ -61,27 +72,24 @@ class Name {
   }
 
   // Concatenation gives a `std::string`, as it does for texts.
-  template <class Text>
-  requires std::convertible_to<const Text&, std::string_view>
+  template <detail::JoinableText Text>
   friend std::string operator+(const Name& a, const Text& b) {
-    std::string result;
-    const std::string_view tail(b);
-    result.reserve(a.size() + tail.size());
-    return result.append(a.text_).append(tail);
+    return joined(a.text_, std::string_view(b));
   }
-  template <class Text>
-  requires(std::convertible_to<const Text&, std::string_view> &&
-           !std::same_as<Text, Name>) friend std::string
-  operator+(const Text& a, const Name& b) {
-    std::string result;
-    const std::string_view head(a);
-    result.reserve(head.size() + b.size());
-    return result.append(head).append(b.text_);
+  template <detail::OtherText Text>
+  friend std::string operator+(const Text& a, const Name& b) {
+    return joined(std::string_view(a), b.text_);
   }
 
   friend std::ostream& operator<<(std::ostream& out, const Name& name);
 
  private:
+  [[nodiscard]] static std::string joined(std::string_view head, std::string_view tail) {
+    std::string result;
+    result.reserve(head.size() + tail.size());
+    return result.append(head).append(tail);
+  }
+
   std::shared_ptr<const void> owner_;  // null for the empty name
   std::string_view text_;
 };
