@@ -119,7 +119,7 @@ inline constexpr std::size_t kDefaultReachBudget = std::size_t{32} << 20;
 /// What graph building derives from the names, the observed dependencies and the registrations.
 /// The container keeps the latest one and makes a new one only after one of those was added to
 /// or replaced (`ContainerState::structureVersion`); the rest of a graph (timestamps, sample
-/// figures) is made afresh on every build. A build reads no slot.
+/// figures) is made afresh on every build, and building nodes and edges reads no slot.
 struct GraphStructure {
   explicit GraphStructure(const ContainerState& state);
 
