@@ -131,7 +131,6 @@ GraphStructure::GraphStructure(const ContainerState& state)
   }
   dependencyOwners.reserve(state.dependencyMapOrder.size());
   for (const Slot* slot : state.dependencyMapOrder) dependencyOwners.push_back(slot->index);
-  readRegistrations(state);
   // The cycles, found once; a name is circular when it lies on one, an edge when its two ends
   // are neighbours on one.
   onCycle.assign(graph.size(), 0);
@@ -144,24 +143,28 @@ GraphStructure::GraphStructure(const ContainerState& state)
   });
 }
 
-void GraphStructure::readRegistrations(const ContainerState& state) {
-  scopes.reserve(graph.roots.size());
-  metadataKind.reserve(graph.roots.size());
+const GraphStructure::Registrations& GraphStructure::registrations(
+    const ContainerState& state) const {
+  if (registrations_) return *registrations_;
+  Registrations result;
+  result.scopes.reserve(graph.roots.size());
+  result.metadataKind.reserve(graph.roots.size());
   for (const Slot* slot : state.registryOrder) {
     const DependencyMetadata& metadata = *slot->metadata;
-    scopes.push_back(metadata.scope);
+    result.scopes.push_back(metadata.scope);
     const auto sameKind = [&](const DependencyMetadata& kind) {
       return kind.scope == metadata.scope && kind.lifetime == metadata.lifetime &&
              kind.threadSafety == metadata.threadSafety;
     };
-    const auto kind = std::find_if(metadataKinds.begin(), metadataKinds.end(), sameKind);
-    metadataKind.push_back(static_cast<std::uint32_t>(kind - metadataKinds.begin()));
-    if (kind == metadataKinds.end()) {
+    const auto kind =
+        std::find_if(result.metadataKinds.begin(), result.metadataKinds.end(), sameKind);
+    result.metadataKind.push_back(static_cast<std::uint32_t>(kind - result.metadataKinds.begin()));
+    if (kind == result.metadataKinds.end()) {
       DependencyMetadata sample{};
       sample.scope = metadata.scope;
       sample.lifetime = metadata.lifetime;
       sample.threadSafety = metadata.threadSafety;
-      metadataKinds.push_back(std::move(sample));
+      result.metadataKinds.push_back(std::move(sample));
     }
     const std::vector<std::string>& declared = metadata.dependencies;
     std::unordered_set<std::string_view> declaredBefore;
@@ -169,11 +172,12 @@ void GraphStructure::readRegistrations(const ContainerState& state) {
       const Slot* const target = state.find(name);
       if (target != nullptr && slot->dependsOn(target)) continue;
       if (declared.size() > 1 && !declaredBefore.insert(name).second) continue;
-      declaredEdges.push_back(target != nullptr
-                                  ? DeclaredEdge{slot->index, target->index, names[target->index]}
-                                  : DeclaredEdge{slot->index, kNoSlot, Name(name)});
+      result.declaredEdges.push_back(
+          target != nullptr ? DeclaredEdge{slot->index, target->index, names[target->index]}
+                            : DeclaredEdge{slot->index, kNoSlot, Name(name)});
     }
   }
+  return registrations_.emplace(std::move(result));
 }
 
 NameList GraphStructure::dependencyNames(std::uint32_t v) const {
@@ -234,8 +238,9 @@ NodesAndEdges buildNodesAndEdges(const ContainerState& state) {
 
   // Node metadata depends only on the kind of registration and the build time.
   std::vector<Metadata> nodeMetadata;
-  nodeMetadata.reserve(structure.metadataKinds.size());
-  for (const DependencyMetadata& kind : structure.metadataKinds) {
+  const GraphStructure::Registrations& registrations = structure.registrations(state);
+  nodeMetadata.reserve(registrations.metadataKinds.size());
+  for (const DependencyMetadata& kind : registrations.metadataKinds) {
     nodeMetadata.emplace_back(nodeMetadataFor(kind, now));
   }
   const std::size_t nodeCount = graph.roots.size();
@@ -246,10 +251,10 @@ NodesAndEdges buildNodesAndEdges(const ContainerState& state) {
     const ComplexityLevel complexity = complexityFor(graph.successors(v).size());
     if (complexity == ComplexityLevel::high) ++result.highNodes;
     result.nodes.push_back(
-        DependencyNode{structure.names[v], structure.scopes[i], structure.dependencyNames(v),
+        DependencyNode{structure.names[v], registrations.scopes[i], structure.dependencyNames(v),
                        traits.layer, structure.onCycle[v] != 0, positionFor(i, nodeCount),
                        traits.type, traits.category, complexity, samplePerformanceMetrics(now),
-                       nodeMetadata[structure.metadataKind[i]], tagsFor(traits.roles)});
+                       nodeMetadata[registrations.metadataKind[i]], tagsFor(traits.roles)});
   }
 
   // An edge leads to a higher layer when its target's node has a greater layer than its
@@ -259,7 +264,7 @@ NodesAndEdges buildNodesAndEdges(const ContainerState& state) {
   };
   // Edges: observed first (distinct already: one set per name), then the declared ones not
   // observed and not declared before by the same name.
-  result.edges.reserve(graph.targets.size() + structure.declaredEdges.size());
+  result.edges.reserve(graph.targets.size() + registrations.declaredEdges.size());
   EdgeFactory edges(now);
   constexpr std::uint32_t kNoSlot = GraphStructure::kNoSlot;
   const auto addEdge = [&](std::uint32_t from, std::uint32_t to, const Name& toName) {
@@ -276,7 +281,7 @@ NodesAndEdges buildNodesAndEdges(const ContainerState& state) {
       addEdge(from, target, structure.names[target]);
     }
   }
-  for (const GraphStructure::DeclaredEdge& declared : structure.declaredEdges) {
+  for (const GraphStructure::DeclaredEdge& declared : registrations.declaredEdges) {
     addEdge(declared.from, declared.to, declared.name);
   }
   return result;

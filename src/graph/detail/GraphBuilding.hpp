@@ -134,14 +134,6 @@ struct GraphStructure {
 
   // The names with observed dependencies, in the order each was first seen with one.
   std::vector<std::uint32_t> dependencyOwners;
-  // Per registry position (as `graph.roots`): the registration's scope, and which of
-  // `metadataKinds` its node's metadata is made from.
-  std::vector<DependencyScope> scopes;
-  std::vector<std::uint32_t> metadataKind;
-  // The distinct scope, lifetime and thread safety of the registrations, in order first seen
-  // (only those three fields are set).
-  std::vector<DependencyMetadata> metadataKinds;
-
   static constexpr std::uint32_t kNoSlot = 0xFFFFFFFF;
   /// A declared dependency that gets an edge of its own: not observed, not declared before by
   /// the same registration. `to` is kNoSlot when no slot has the name.
@@ -150,7 +142,21 @@ struct GraphStructure {
     std::uint32_t to;
     Name name;
   };
-  std::vector<DeclaredEdge> declaredEdges;  // in registry order, then declaration order
+  /// What the registrations give a build.
+  struct Registrations {
+    // Per registry position (as `graph.roots`): the registration's scope, and which of
+    // `metadataKinds` its node's metadata is made from.
+    std::vector<DependencyScope> scopes;
+    std::vector<std::uint32_t> metadataKind;
+    // The distinct scope, lifetime and thread safety of the registrations, in order first seen
+    // (only those three fields are set).
+    std::vector<DependencyMetadata> metadataKinds;
+    std::vector<DeclaredEdge> declaredEdges;  // in registry order, then declaration order
+  };
+
+  /// The registrations of `state`, which this structure must be current for. Read on first use
+  /// (the cycle operations never need them).
+  [[nodiscard]] const Registrations& registrations(const ContainerState& state) const;
 
   /// The names of the observed dependencies of `v`, in order, shared with every node that
   /// lists them. Made on first use, for all names at once (the cycle operations never need
@@ -170,12 +176,11 @@ struct GraphStructure {
   }
 
  private:
-  // Scopes, metadata kinds and declared edges, from the registry.
-  void readRegistrations(const ContainerState& state);
   [[nodiscard]] static std::uint64_t unorderedPair(std::uint32_t a, std::uint32_t b) noexcept {
     return a < b ? (std::uint64_t{a} << 32 | b) : (std::uint64_t{b} << 32 | a);
   }
   mutable std::optional<std::int64_t> maxDepth_;
+  mutable std::optional<Registrations> registrations_;
   // The names of `graph.targets`, position for position, once asked for.
   mutable std::shared_ptr<const std::vector<Name>> successorNames_;
   std::unordered_set<std::uint64_t> ringPairs_;
