@@ -117,35 +117,25 @@ TEST_F(GraphBuilding, NodesAndEdgesFromRegistryAndObservations) {
   const DependencyGraph graph = run(c->getDependencyGraph());
 
   ASSERT_EQ(graph.nodes.size(), 4u);
+  // The naming rules' classification reaches the node; the metadata carries the build time.
   const auto& api = graph.nodes[0];
   EXPECT_EQ(api.id, "UserAPIService");
   EXPECT_EQ(api.scope, DependencyScope::singleton);
   EXPECT_EQ(std::tie(api.layer, api.type, api.category),
             std::tuple(1, NodeType::service, NodeCategory::networking));
   EXPECT_EQ(api.tags, Names{"api"});
-  EXPECT_EQ(api.metadata.size(), 4u);
-  EXPECT_EQ(api.metadata.at("scope"), "singleton");
-  EXPECT_EQ(api.metadata.at("lifetime"), "application");
-  EXPECT_EQ(api.metadata.at("threadSafety"), "Safe");
   const auto created = parseIso8601(api.metadata.at("created_at"));
   ASSERT_TRUE(created);
   EXPECT_GE(*created, std::chrono::floor<std::chrono::seconds>(before));
-  const auto& vm = graph.nodes[1];
-  EXPECT_EQ(vm.dependencies, Names{"LoadProfileUseCase"});
-  EXPECT_EQ(
-      std::tie(vm.layer, vm.type, vm.category, vm.complexity),
-      std::tuple(4, NodeType::presentation, NodeCategory::presentation, ComplexityLevel::low));
-  EXPECT_EQ(graph.nodes[2].tags, (Names{"api", "repository"}));
-  const auto& logger = graph.nodes[3];
-  EXPECT_EQ(logger.dependencies, (Names{"A", "B", "C", "D", "E", "F"}));
-  EXPECT_EQ(logger.complexity, ComplexityLevel::high);
-  EXPECT_EQ(std::tie(logger.layer, logger.type), std::tuple(0, NodeType::component));
+  // Dependencies and complexity come from the observed dependencies, not the declared ones.
+  EXPECT_EQ(graph.nodes[1].dependencies, Names{"LoadProfileUseCase"});
+  EXPECT_EQ(graph.nodes[3].dependencies, (Names{"A", "B", "C", "D", "E", "F"}));
+  EXPECT_EQ(graph.nodes[3].complexity, ComplexityLevel::high);
   // Four nodes: three columns.
   const std::vector<Point> positions{{100, 100}, {250, 100}, {400, 100}, {100, 200}};
   for (std::size_t i = 0; i < 4; ++i) {
     EXPECT_EQ(graph.nodes[i].position, positions[i]) << i;
     EXPECT_TRUE(graph.nodes[i].performanceMetrics.lastResolved.has_value());
-    EXPECT_FALSE(graph.nodes[i].isCircular);
   }
 
   // Observed edges first, in map order; then the declared ones, the duplicate dropped; the
@@ -155,7 +145,6 @@ TEST_F(GraphBuilding, NodesAndEdgesFromRegistryAndObservations) {
     ends.push_back(e.from + ">" + e.to);
     EXPECT_EQ(e.relationship, "depends_on");
     EXPECT_EQ(e.direction, EdgeDirection::unidirectional);
-    EXPECT_FALSE(e.isCircular);
   }
   EXPECT_EQ(ends, (Names{"ProfileViewModel>LoadProfileUseCase", "UserRepository>UserAPI",
                          "Logger>A", "Logger>B", "Logger>C", "Logger>D", "Logger>E", "Logger>F",
@@ -165,69 +154,27 @@ TEST_F(GraphBuilding, NodesAndEdgesFromRegistryAndObservations) {
             std::tuple(RelationshipType::dataFlow, RelationshipStrength::strong,
                        PerformanceImpact::high));
   EXPECT_EQ(flow.metadata.at("relationship_type"), "DataFlow");
-  EXPECT_EQ(flow.metadata.at("strength"), "Strong");
-  EXPECT_TRUE(parseIso8601(flow.metadata.at("created_at")));
-  EXPECT_EQ(graph.edges[0].relationshipType, RelationshipType::presentation);
 }
 
+// One hand-checked graph for the circular flags (the random graphs below cover the rest): a
+// four-ring whose chord A→C joins members two steps apart (not circular), and a self-loop
+// (circular through the wrap-around rule).
 TEST_F(GraphBuilding, CircularNodesAndEdges) {
-  const auto flags = [](const DependencyGraph& g) {
-    std::vector<bool> out;
-    for (const auto& n : g.nodes) out.push_back(n.isCircular);
-    for (const auto& e : g.edges) out.push_back(e.isCircular);
-    return out;
-  };
-  {  // Two-ring, plus an edge into it from outside.
-    auto c = makeContainer();
-    for (const auto* n : {"A", "B", "C"}) registerName(*c, n);
-    observe(*c, "A", {"B"});
-    observe(*c, "B", {"A"});
-    observe(*c, "C", {"A"});
-    const auto g = run(c->getDependencyGraph());
-    EXPECT_EQ(c->findCircularDependencies(), (Cycles{{"A", "B"}}));
-    EXPECT_EQ(g.analysis.circularDependencyChains, (Cycles{{"A", "B"}}));
-    EXPECT_EQ(flags(g), (std::vector<bool>{true, true, false, true, true, false}));
-  }
-  {  // Self-loop: circular through the wrap-around rule.
-    auto c = makeContainer();
-    registerName(*c, "A");
-    observe(*c, "A", {"A"});
-    const auto g = run(c->getDependencyGraph());
-    EXPECT_EQ(g.analysis.circularDependencyChains, (Cycles{{"A"}}));
-    EXPECT_EQ(flags(g), (std::vector<bool>{true, true}));
-    EXPECT_EQ(c->getDependencyDepth("A"), 1);
-  }
-  {  // Four-ring with the chord A→C, two steps apart on the ring: not circular.
-    auto c = makeContainer();
-    for (const auto* n : {"A", "B", "C", "D"}) registerName(*c, n);
-    observe(*c, "A", {"B", "C"});
-    observe(*c, "B", {"C"});
-    observe(*c, "C", {"D"});
-    observe(*c, "D", {"A"});
-    const auto g = run(c->getDependencyGraph());
-    EXPECT_EQ(g.analysis.circularDependencyChains, (Cycles{{"A", "B", "C", "D"}}));
-    // Nodes A–D, then edges A→B, A→C, B→C, C→D, D→A.
-    EXPECT_EQ(flags(g), (std::vector<bool>{true, true, true, true, true, false, true, true, true}));
-  }
-}
-
-TEST_F(GraphBuilding, DepthFollowsInsertionOrder) {
-  for (const bool bFirst : {true, false}) {
-    auto c = makeContainer();
-    for (const auto* n : {"A", "B", "D", "E"}) registerName(*c, n);
-    observe(
-        *c, "A",
-        bFirst ? std::vector<std::string_view>{"B", "D"} : std::vector<std::string_view>{"D", "B"});
-    observe(*c, "B", {"D"});
-    observe(*c, "D", {"E"});
-    // B first: A→B→D→E. D first: D is then already seen below B and counts 0 there.
-    EXPECT_EQ(c->getDependencyDepth("A"), bFirst ? 3 : 2);
-    EXPECT_EQ(c->getDependencyDepth("B"), 2);
-    EXPECT_EQ(c->getDependencyDepth("D"), 1);
-    EXPECT_EQ(c->getDependencyDepth("E"), 0);
-    EXPECT_EQ(c->getDependencyDepth("Nope"), 0);
-    EXPECT_EQ(run(c->analyzeDependencyGraph()).maxDepth, bFirst ? 3 : 2);
-  }
+  auto c = makeContainer();
+  for (const auto* n : {"A", "B", "C", "D", "E"}) registerName(*c, n);
+  observe(*c, "A", {"B", "C"});
+  observe(*c, "B", {"C"});
+  observe(*c, "C", {"D"});
+  observe(*c, "D", {"A"});
+  observe(*c, "E", {"E"});
+  const auto g = run(c->getDependencyGraph());
+  EXPECT_EQ(g.analysis.circularDependencyChains, (Cycles{{"A", "B", "C", "D"}, {"E"}}));
+  std::vector<bool> flags;
+  for (const auto& n : g.nodes) flags.push_back(n.isCircular);
+  for (const auto& e : g.edges) flags.push_back(e.isCircular);
+  // Nodes A–E, then edges A→B, A→C, B→C, C→D, D→A, E→E.
+  EXPECT_EQ(flags,
+            (std::vector<bool>{true, true, true, true, true, true, false, true, true, true, true}));
 }
 
 // What a build derives from names and observed dependencies is kept for the next build; each
@@ -303,12 +250,10 @@ TEST_F(GraphBuilding, NamesAreSharedAndOutliveTheContainer) {
 
 TEST_F(GraphBuilding, EmptyContainerAndValidation) {
   auto c = makeContainer();
-  EXPECT_TRUE(c->findCircularDependencies().empty());
-  EXPECT_EQ(c->getDependencyDepth("Anything"), 0);
   const auto g = run(c->getDependencyGraph());
-  EXPECT_TRUE(g.nodes.empty());
-  EXPECT_TRUE(g.edges.empty());
+  EXPECT_TRUE(g.nodes.empty() && g.edges.empty() && c->findCircularDependencies().empty());
   EXPECT_EQ(g.analysis.maxDepth, 0);
+  EXPECT_EQ(c->getDependencyDepth("Anything"), 0);
   LineRecorder recorder;
   run(c->validateDependencies());
   registerName(*c, "A");

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
-#include <stdexcept>
 #include <string>
 
 #include "tavreldi/core/Enum.hpp"
@@ -38,21 +37,6 @@ TEST(MetadataTest, CopiesAreIndependentAfterAChange) {
   EXPECT_FALSE(third.contains("extra"));
   third.clear();
   EXPECT_TRUE(third.empty());
-  EXPECT_EQ(copy.size(), 3U);
-  EXPECT_THROW(static_cast<void>(third.at("scope")), std::out_of_range);
-}
-
-TEST(MetadataTest, ReadsLikeAMapInKeyOrder) {
-  const Metadata metadata = Map{{"b", "2"}, {"a", "1"}};
-  std::string keys;
-  for (const auto& [key, value] : metadata) keys += key + "=" + value + ";";
-  EXPECT_EQ(keys, "a=1;b=2;");
-  EXPECT_EQ(metadata.count("a"), 1U);
-  EXPECT_EQ(metadata.find("c"), metadata.end());
-  const Map& asMap = metadata;
-  EXPECT_EQ(asMap.size(), 2U);
-  EXPECT_EQ(Metadata{}, Metadata(Map{}));
-  EXPECT_FALSE(metadata == Metadata({{"a", "1"}}));
 }
 
 TEST(MetadataTest, JsonIsAnObjectOfTexts) {
@@ -60,6 +44,7 @@ TEST(MetadataTest, JsonIsAnObjectOfTexts) {
   const nlohmann::json json = metadata;
   EXPECT_EQ(json.dump(), R"({"relationship_type":"DataFlow","strength":"Strong"})");
   EXPECT_EQ(json.get<Metadata>(), metadata);
+  EXPECT_NE(json.get<Metadata>(), Metadata({{"strength", "Strong"}}));
   EXPECT_EQ(nlohmann::json::object().get<Metadata>().size(), 0U);
   EXPECT_THROW(nlohmann::json::parse(R"({"a": 1})").get<Metadata>(), DecodingError);
   EXPECT_THROW(nlohmann::json::parse(R"(["a"])").get<Metadata>(), DecodingError);

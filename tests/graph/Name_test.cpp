@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <stdexcept>
@@ -28,8 +27,6 @@ TEST(NameTest, ReadsComparesAndJoinsLikeText) {
   EXPECT_TRUE(name == text && text == name && name == std::string_view(text));
   EXPECT_TRUE(name != "UserServic" && name != Name("UserServices"));
   EXPECT_TRUE(Name("A") < Name("B") && Name("B") > "A" && "A" < Name("AB"));
-  EXPECT_EQ(name.str(), text);
-  EXPECT_EQ(std::string(name), text);
   EXPECT_EQ(name + ">" + Name("Logger"), "UserService>Logger");
   EXPECT_EQ(std::string("<") + name, "<UserService");
   EXPECT_EQ(name + name, "UserServiceUserService");
@@ -39,11 +36,8 @@ TEST(NameTest, ReadsComparesAndJoinsLikeText) {
   EXPECT_EQ(out.str(), "UserService|");
   EXPECT_TRUE(Name().empty() && Name("").empty() && Name() == "");
 
-  const std::map<Name, int> ordered{{"b", 2}, {"a", 1}};
-  EXPECT_EQ(ordered.begin()->first, "a");
-  const std::unordered_set<Name> hashed{"A", "B", "A"};
-  EXPECT_EQ(hashed.size(), 2U);
-  EXPECT_TRUE(hashed.contains("B"));
+  // Hashed by the text, not by where it lies.
+  EXPECT_EQ((std::unordered_set<Name>{"A", "B", Name("A")}.size()), 2U);
 
   const nlohmann::json json = name;
   EXPECT_EQ(json.dump(), "\"UserService\"");
@@ -60,8 +54,6 @@ TEST(NameTest, ListsReadLikeVectorsAndShareOnCopy) {
   EXPECT_NE(fromTexts, (NameList{"A", "B", "D"}));
   EXPECT_EQ(fromTexts.strings(), (Strings{"A", "B", "C"}));
   ASSERT_EQ(fromTexts.size(), 3U);
-  EXPECT_EQ(fromTexts.front(), "A");
-  EXPECT_EQ(fromTexts.back(), "C");
   EXPECT_EQ(fromTexts.at(1), "B");
   EXPECT_THROW((void)fromTexts.at(3), std::out_of_range);
   EXPECT_TRUE(fromTexts.contains("C"));

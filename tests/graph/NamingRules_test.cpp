@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <set>
+#include <tuple>
 
 namespace tavreldi::detail {
 namespace {
@@ -52,22 +53,19 @@ TEST(NamingRules, NodeClassificationFromNames) {
 }
 
 TEST(NamingRules, ComplexityBoundariesAndPositions) {
-  EXPECT_EQ(complexityFor(0), ComplexityLevel::low);
-  EXPECT_EQ(complexityFor(2), ComplexityLevel::low);
-  EXPECT_EQ(complexityFor(3), ComplexityLevel::medium);
-  EXPECT_EQ(complexityFor(5), ComplexityLevel::medium);
-  EXPECT_EQ(complexityFor(6), ComplexityLevel::high);
+  using L = ComplexityLevel;
+  const ComplexityLevel levels[] = {L::low,    L::low,    L::low, L::medium,
+                                    L::medium, L::medium, L::high};
+  for (std::size_t n = 0; n < 7; ++n) EXPECT_EQ(complexityFor(n), levels[n]) << n;
 
-  // At least three columns, 150 points apart, rows 100 apart, from (100, 100).
-  EXPECT_EQ(positionFor(0, 0), (Point{100, 100}));
-  EXPECT_EQ(positionFor(0, 1), (Point{100, 100}));
-  EXPECT_EQ(positionFor(2, 1), (Point{400, 100}));
-  EXPECT_EQ(positionFor(3, 1), (Point{100, 200}));
-  EXPECT_EQ(positionFor(3, 4), (Point{100, 200}));
-  EXPECT_EQ(positionFor(4, 15), (Point{250, 200}));  // ⌊√15⌋ = 3 columns
-  EXPECT_EQ(positionFor(4, 16), (Point{100, 200}));  // √16 = 4 columns
-  EXPECT_EQ(positionFor(5, 16), (Point{250, 200}));
-  EXPECT_EQ(positionFor(15, 16), (Point{550, 400}));
+  // At least three columns (else ⌊√count⌋), 150 points apart, rows 100 apart, from (100, 100).
+  const std::vector<std::tuple<std::size_t, std::size_t, Point>> places{
+      {0, 0, {100, 100}},  {0, 1, {100, 100}},  {2, 1, {400, 100}},
+      {3, 1, {100, 200}},  {3, 4, {100, 200}},  {4, 15, {250, 200}},
+      {4, 16, {100, 200}}, {5, 16, {250, 200}}, {15, 16, {550, 400}}};
+  for (const auto& [index, count, place] : places) {
+    EXPECT_EQ(positionFor(index, count), place) << index << " of " << count;
+  }
 }
 
 TEST(NamingRules, EdgeClassification) {
