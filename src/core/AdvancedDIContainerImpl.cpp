@@ -8,13 +8,18 @@
 #include <asio/bind_executor.hpp>
 #include <asio/dispatch.hpp>
 #include <asio/post.hpp>
+#include <asio/this_coro.hpp>
 #include <asio/use_awaitable.hpp>
 #include <chrono>
 #include <exception>
+#include <optional>
 #include <stdexcept>
 
 #include "core/detail/ContainerState.hpp"
+#include "core/detail/HomeThread.hpp"
 #include "core/detail/Output.hpp"
+#include "core/detail/ResolutionContext.hpp"
+#include "core/detail/SharedCreation.hpp"
 #include "tavreldi/core/Errors.hpp"
 #include "tavreldi/telemetry/DefaultDIAnalyticsProvider.hpp"
 
@@ -27,26 +32,11 @@ using detail::Slot;
 namespace {
 
 using Clock = std::chrono::steady_clock;
+using detail::CreationKey;
+using detail::OwnedCreation;
+using detail::ResolutionFrame;
+using detail::SharedCreation;
 constexpr std::string_view kComponent = "TavrelDI";
-
-std::vector<std::string> stackNames(const std::vector<Slot*>& stack, std::size_t from = 0) {
-  std::vector<std::string> names;
-  names.reserve(stack.size() - from + 1);
-  for (std::size_t i = from; i < stack.size(); ++i) names.push_back(stack[i]->name);
-  return names;
-}
-
-// Removes the topmost entry of `slot` from the stack. Without interleaved resolutions that is
-// the top itself; with an asynchronous factory suspended, another resolution may have pushed
-// above it, and its entry must stay.
-void popEntry(std::vector<Slot*>& stack, const Slot& slot) noexcept {
-  for (auto it = stack.rbegin(); it != stack.rend(); ++it) {
-    if (*it == &slot) {
-      stack.erase(std::next(it).base());
-      return;
-    }
-  }
-}
 
 // The tracking rule only skips a dependency already held in the cache of its own scope;
 // container- and custom-scoped instances are always recorded.
@@ -82,18 +72,55 @@ void countHit(const ContainerState& s, Slot& slot) noexcept {
   if (s.config.enablePerformanceMetrics()) detail::incrementCounter(slot.cacheHits);
 }
 
-// Runs the registration's factory and checks what it made.
-asio::awaitable<AnyInstance> createInstance(AdvancedDIContainerImpl& self, Slot& slot,
-                                            const ServiceKey* key) {
+// Reports a cycle to the analytics provider and throws it.
+[[noreturn]] void failWithCycle(const ContainerState& s, std::vector<std::string> cycle,
+                                bool reported) {
+  if (DIAnalyticsProvider* provider = s.attachments->provider.get(); provider && reported) {
+    const CircularDependencyException report("Circular dependency detected", cycle);
+    provider->trackError(report,
+                         ParameterMap{{"cycle", AnalyticsValue(cycle)}, {"component", kComponent}});
+  }
+  auto message = fmt::format("Circular dependency detected: {}", fmt::join(cycle, " -> "));
+  throw CircularDependencyException(std::move(message), std::move(cycle));
+}
+
+// Where a resolution of `slot` caches its instance; transient has no cache.
+std::optional<CreationKey> creationKey(const Slot& slot, DependencyScope scope,
+                                       const std::string& scopeId) {
+  switch (scope) {
+    case DependencyScope::singleton:
+    case DependencyScope::container:
+    case DependencyScope::custom:
+      return CreationKey{&slot, DependencyScope::singleton, {}};
+    case DependencyScope::lazy:
+      return CreationKey{&slot, DependencyScope::lazy, {}};
+    case DependencyScope::scoped:
+      return CreationKey{&slot, DependencyScope::scoped, scopeId};
+    case DependencyScope::transient:
+      break;
+  }
+  return std::nullopt;
+}
+
+// Runs the registration's factory with the container seen from `frame`, and checks what it
+// made. Continues on the home thread whatever thread the factory finished on; fails when the
+// container was destroyed meanwhile.
+asio::awaitable<AnyInstance> createInstance(AdvancedDIContainerImpl& self,
+                                            const std::shared_ptr<ContainerState>& state,
+                                            const ResolutionFrame& frame, const ServiceKey* key) {
+  const Slot& slot = *frame.slot;
   const FactoryType factory = slot.factory;  // keeps the factory alive across the call
   if (!factory) {
     throw DependencyResolutionError::factoryError("No factory found for " + slot.name);
   }
+  detail::ResolutionContext context(self, state, &frame);
   AnyInstance instance;
   if (factory.isAsync()) {
-    instance = co_await (*factory.asyncFactory())(self);
+    instance = co_await (*factory.asyncFactory())(context);
+    co_await detail::switchToHomeThread(*state);
+    if (!state->attachments->alive) throw detail::containerDestroyed(slot.name);
   } else {
-    instance = (*factory.syncFactory())(self);
+    instance = (*factory.syncFactory())(context);
   }
   // A C++ factory can hand back an empty pointer; caching or returning it would only move the
   // failure to the caller's first use, so it fails here.
@@ -101,20 +128,23 @@ asio::awaitable<AnyInstance> createInstance(AdvancedDIContainerImpl& self, Slot&
     throw DependencyResolutionError::factoryError("Factory returned no instance for " + slot.name);
   }
   if (key != nullptr && !matches(instance, key)) {
-    throw DependencyResolutionError::typeMismatch(fmt::format("Factory returned {} but expected {}",
-                                                              detail::demangle(*instance.type),
-                                                              key->qualifiedName));
+    throw DependencyResolutionError::typeMismatch(fmt::format(
+        "Factory returned {} but expected {}", detail::demangle(*instance.type), key->name));
   }
   co_return instance;
 }
 
-// The whole resolution path; `key` is null for resolution by name, which checks no type and
-// caches silently.
-asio::awaitable<AnyInstance> resolveCore(AdvancedDIContainerImpl& self, const ServiceKey* key,
-                                         std::string name) {
+// The whole resolution path on the home thread; `key` is null for resolution by name, which
+// checks no type and caches silently.
+asio::awaitable<AnyInstance> resolveOnHome(AdvancedDIContainerImpl& self, const ServiceKey* key,
+                                           std::string name, const ResolutionFrame* parent) {
   ContainerState& s = self.state();
-  if (!s.onHomeThread()) {
-    co_await asio::dispatch(asio::bind_executor(s.executor, asio::use_awaitable));
+  // Held only once this resolution is about to suspend: a cached one never does.
+  std::shared_ptr<ContainerState> keep;
+  if (!s.onHomeThread()) {  // awaited elsewhere than where it was made
+    keep = s.shared_from_this();
+    co_await detail::switchToHomeThread(s);
+    if (!s.attachments->alive) throw detail::containerDestroyed(key ? key->name : name);
   }
   const auto start = Clock::now();
   Slot& slot = key != nullptr ? s.obtain(*key) : s.obtain(name);
@@ -122,86 +152,114 @@ asio::awaitable<AnyInstance> resolveCore(AdvancedDIContainerImpl& self, const Se
   const DIContainerConfig& config = s.config;
   printLine("🔍 Resolving: ", n);
 
-  auto& stack = s.resolutionStack;
   if (config.enableCircularDependencyDetection()) {
-    const auto first = std::find(stack.begin(), stack.end(), &slot);
-    if (first != stack.end()) {
-      auto cycle = stackNames(stack, static_cast<std::size_t>(first - stack.begin()));
+    const ResolutionFrame* first = nullptr;  // the occurrence nearest the top of the chain
+    for (const ResolutionFrame* f = parent; f != nullptr; f = f->parent) {
+      if (f->slot == &slot) first = f;
+    }
+    if (first != nullptr) {
+      auto cycle = detail::pathNames(parent);
+      const std::size_t depth = detail::pathNames(first).size();
+      cycle.erase(cycle.begin(), cycle.begin() + static_cast<std::ptrdiff_t>(depth - 1));
       cycle.push_back(n);
-      if (DIAnalyticsProvider* provider = s.attachments->provider.get()) {
-        const CircularDependencyException report("Circular dependency detected", cycle);
-        provider->trackError(
-            report, ParameterMap{{"cycle", AnalyticsValue(cycle)}, {"component", kComponent}});
-      }
-      auto message = fmt::format("Circular dependency detected: {}", fmt::join(cycle, " -> "));
-      throw CircularDependencyException(std::move(message), std::move(cycle));
+      failWithCycle(s, std::move(cycle), true);
     }
   }
 
-  Slot* parent = stack.empty() ? nullptr : stack.back();
-  stack.push_back(&slot);
+  ResolutionFrame frame{&slot, parent};
+  const bool caching = config.enableCaching();
+  // A creation of the same instance in progress, unless awaiting it would wait for ever (it
+  // waits, through other chains, for this one). With cycle detection on, such a wait is a
+  // cycle; with it off, this resolution runs the factory itself, as it would in sequence.
+  std::shared_ptr<SharedCreation> inProgress;
+  std::optional<CreationKey> cacheKey;
+  if (caching && slot.metadata) {
+    cacheKey = creationKey(slot, slot.metadata->scope, s.scopeId);
+    if (cacheKey && !s.creations.empty()) {
+      if (const auto it = s.creations.find(*cacheKey); it != s.creations.end()) {
+        auto loop = detail::waitCycle(s, frame, *it->second);
+        if (loop.empty()) {
+          inProgress = it->second;
+        } else if (config.enableCircularDependencyDetection()) {
+          failWithCycle(s, std::move(loop), true);
+        }
+      }
+    }
+  }
 
-  if (config.enableDependencyTracking() && parent != nullptr && parent != &slot &&
+  if (config.enableDependencyTracking() && parent != nullptr && parent->slot != &slot &&
       !cachedForTracking(s, slot)) {
-    s.addDependency(*parent, slot);
-    printLine("🔗 Dependency tracked: ", parent->name, " -> ", n);
+    s.addDependency(*parent->slot, slot);
+    printLine("🔗 Dependency tracked: ", parent->slot->name, " -> ", n);
   }
 
-  if (!slot.metadata) {
-    popEntry(stack, slot);
-    throw DependencyResolutionError::notRegistered(n);
-  }
+  if (!slot.metadata) throw DependencyResolutionError::notRegistered(n);
   const DependencyScope scope = slot.metadata->scope;
   const DependencyLifetime lifetime = slot.metadata->lifetime;
-  const bool caching = config.enableCaching();
+  const bool announce = key != nullptr;  // resolution by name caches silently
 
   AnyInstance instance;
   try {
+    // The instance cached for this scope, if any.
+    AnyInstance* cache = nullptr;
+    bool singletonFamily = false;  // the scopes of the singleton cache, which print their steps
     switch (scope) {
       case DependencyScope::singleton:
       case DependencyScope::container:
       case DependencyScope::custom:
         printLine("🔄 resolveSingleton called for: ", n);
-        if (caching && matches(slot.singleton, key)) {
-          printLine("   ✅ Found cached instance for: ", n);
-          countHit(s, slot);
-          instance = slot.singleton;
-          break;
-        }
-        printLine("   🔄 Creating new instance for: ", n);
-        instance = co_await createInstance(self, slot, key);
-        if (caching) {
-          if (key != nullptr) printLine("   💾 Caching instance for: ", n);
-          slot.singleton = instance;
-          if (key != nullptr) printLine("   ✅ Instance cached successfully for: ", n);
-        } else {
-          printLine("   ⚠️ Caching disabled for: ", n);
-        }
+        cache = &slot.singleton;
+        singletonFamily = true;
         break;
       case DependencyScope::scoped:
-        if (caching) {
-          if (const AnyInstance* cached = scopedCacheEntry(s, slot);
-              cached && matches(*cached, key)) {
-            countHit(s, slot);
-            instance = *cached;
-            break;
-          }
-        }
-        instance = co_await createInstance(self, slot, key);
-        if (caching) s.scopedInstances[s.scopeId][&slot] = instance;
+        cache = scopedCacheEntry(s, slot);
         break;
       case DependencyScope::lazy:
-        if (caching && matches(slot.lazy, key)) {
-          countHit(s, slot);
-          instance = slot.lazy;
-          break;
-        }
-        instance = co_await createInstance(self, slot, key);
-        if (caching) slot.lazy = instance;
+        cache = &slot.lazy;
         break;
       case DependencyScope::transient:
-        instance = co_await createInstance(self, slot, key);
         break;
+    }
+    bool served = caching && cache != nullptr && matches(*cache, key);
+    if (served) {
+      instance = *cache;
+    } else if (inProgress) {
+      keep = s.shared_from_this();
+      instance = co_await detail::awaitCreation(s, std::move(inProgress), frame);
+      if (!s.attachments->alive) throw detail::containerDestroyed(n);
+      served = matches(instance, key);  // another type of the same name made it: make one
+    }
+    if (served) {
+      if (singletonFamily) printLine("   ✅ Found cached instance for: ", n);
+      countHit(s, slot);
+    } else {
+      if (singletonFamily) printLine("   🔄 Creating new instance for: ", n);
+      if (!keep) keep = s.shared_from_this();
+      std::optional<OwnedCreation> owned;
+      if (cacheKey) owned.emplace(s, *cacheKey, frame);
+      try {
+        instance = co_await createInstance(self, keep, frame, key);
+      } catch (...) {
+        if (owned) owned->fail();
+        throw;
+      }
+      // cleanup(), or for a scoped instance a change of its scope's map, while the factory ran
+      // forgot the creation: the instance is handed out but not kept.
+      const bool keepIt = owned && owned->listed();
+      if (singletonFamily) {
+        if (!caching) {
+          printLine("   ⚠️ Caching disabled for: ", n);
+        } else if (keepIt) {
+          if (announce) printLine("   💾 Caching instance for: ", n);
+          slot.singleton = instance;
+          if (announce) printLine("   ✅ Instance cached successfully for: ", n);
+        }
+      } else if (keepIt && scope == DependencyScope::scoped) {
+        s.scopedInstances[cacheKey->scopeId][&slot] = instance;
+      } else if (keepIt && scope == DependencyScope::lazy) {
+        slot.lazy = instance;
+      }
+      if (owned) owned->succeed(instance);
     }
   } catch (...) {
     std::string text = "unknown error";
@@ -219,10 +277,9 @@ asio::awaitable<AnyInstance> resolveCore(AdvancedDIContainerImpl& self, const Se
       provider->trackError(*error, ParameterMap{{"dependency_type", n},
                                                 {"scope", toString(scope)},
                                                 {"lifetime", toString(lifetime)},
-                                                {"resolution_stack", stackNames(stack)},
+                                                {"resolution_stack", detail::pathNames(&frame)},
                                                 {"component", kComponent}});
     }
-    popEntry(stack, slot);
     throw;
   }
 
@@ -242,15 +299,92 @@ asio::awaitable<AnyInstance> resolveCore(AdvancedDIContainerImpl& self, const Se
   }
   char seconds[32];
   printLine("✅ Resolved: ", n, " (took ", detail::formatSeconds(duration, seconds), "s)");
-  popEntry(stack, slot);
+  co_return instance;
+}
+
+// A resolution awaited off the home thread: it runs on the home thread, and the caller goes on
+// on its own executor afterwards, with the instance or the error.
+asio::awaitable<AnyInstance> resolveFromElsewhere(AdvancedDIContainerImpl& self,
+                                                  std::shared_ptr<ContainerState> state,
+                                                  const ServiceKey* key, std::string name,
+                                                  const ResolutionFrame* parent) {
+  const asio::any_io_executor caller = co_await asio::this_coro::executor;
+  co_await asio::dispatch(asio::bind_executor(state->executor, asio::use_awaitable));
+  AnyInstance instance;
+  std::exception_ptr error;
+  if (!state->attachments->alive) {
+    error = std::make_exception_ptr(detail::containerDestroyed(key ? key->name : name));
+  } else {
+    try {
+      instance = co_await resolveOnHome(self, key, std::move(name), parent);
+    } catch (...) {
+      error = std::current_exception();
+    }
+  }
+  co_await asio::dispatch(asio::bind_executor(caller, asio::use_awaitable));
+  if (error) std::rethrow_exception(error);
   co_return instance;
 }
 
 }  // namespace
 
+namespace detail {
+
+asio::awaitable<AnyInstance> resolveWithin(AdvancedDIContainerImpl& container,
+                                           const ServiceKey* key, std::string name,
+                                           const ResolutionFrame* parent) {
+  ContainerState& s = container.state();
+  if (s.onHomeThread()) return resolveOnHome(container, key, std::move(name), parent);
+  return resolveFromElsewhere(container, s.shared_from_this(), key, std::move(name), parent);
+}
+
+AnyInstance resolveSyncWithin(ContainerState& s, const ServiceKey& key,
+                              const ResolutionFrame* parent) {
+  s.requireHomeThread("resolveSync");
+  Slot& slot = s.obtain(key);
+  printLine("🔍 Resolving synchronously: ", slot.name);
+  if (s.config.enableCircularDependencyDetection()) {
+    for (const ResolutionFrame* f = parent; f != nullptr; f = f->parent) {
+      if (f->slot != &slot) continue;
+      // Unlike `resolve`, the reported cycle is the whole chain; no telemetry.
+      auto cycle = pathNames(parent);
+      cycle.push_back(slot.name);
+      failWithCycle(s, std::move(cycle), false);
+    }
+  }
+  if (!slot.metadata) throw DependencyResolutionError::notRegistered(slot.name);
+
+  if (s.config.enableCaching()) {
+    const AnyInstance* cached = nullptr;
+    switch (slot.metadata->scope) {
+      case DependencyScope::singleton:
+      case DependencyScope::container:
+      case DependencyScope::custom:
+        cached = &slot.singleton;
+        break;
+      case DependencyScope::scoped:
+        cached = scopedCacheEntry(s, slot);
+        break;
+      case DependencyScope::lazy:
+        cached = &slot.lazy;
+        break;
+      case DependencyScope::transient:
+        break;
+    }
+    if (cached != nullptr && matches(*cached, &key)) {
+      countHit(s, slot);
+      return *cached;
+    }
+  }
+  throw DependencyResolutionError::factoryError(
+      "Instance not available for synchronous resolution");
+}
+
+}  // namespace detail
+
 AdvancedDIContainerImpl::AdvancedDIContainerImpl(DIContainerConfig config,
                                                  asio::any_io_executor executor)
-    : state_(std::make_unique<ContainerState>(config, std::move(executor))) {}
+    : state_(std::make_shared<ContainerState>(config, std::move(executor))) {}
 
 AdvancedDIContainerImpl::~AdvancedDIContainerImpl() { state_->attachments->alive = false; }
 
@@ -320,53 +454,15 @@ void AdvancedDIContainerImpl::registerMetadata(const ServiceKey& key, Dependency
 }
 
 asio::awaitable<AnyInstance> AdvancedDIContainerImpl::resolveInstance(const ServiceKey& key) {
-  return resolveCore(*this, &key, {});
+  return detail::resolveWithin(*this, &key, {}, nullptr);
 }
 
 asio::awaitable<AnyInstance> AdvancedDIContainerImpl::resolveByName(std::string name) {
-  return resolveCore(*this, nullptr, std::move(name));
+  return detail::resolveWithin(*this, nullptr, std::move(name), nullptr);
 }
 
 AnyInstance AdvancedDIContainerImpl::resolveInstanceSync(const ServiceKey& key) {
-  ContainerState& s = *state_;
-  s.requireHomeThread("resolveSync");
-  Slot& slot = s.obtain(key);
-  printLine("🔍 Resolving synchronously: ", slot.name);
-  auto& stack = s.resolutionStack;
-  if (s.config.enableCircularDependencyDetection() &&
-      std::find(stack.begin(), stack.end(), &slot) != stack.end()) {
-    // Unlike `resolve`, the reported cycle is the whole stack.
-    auto cycle = stackNames(stack);
-    cycle.push_back(slot.name);
-    auto message = fmt::format("Circular dependency detected: {}", fmt::join(cycle, " -> "));
-    throw CircularDependencyException(std::move(message), std::move(cycle));
-  }
-  if (!slot.metadata) throw DependencyResolutionError::notRegistered(slot.name);
-
-  if (s.config.enableCaching()) {
-    const AnyInstance* cached = nullptr;
-    switch (slot.metadata->scope) {
-      case DependencyScope::singleton:
-      case DependencyScope::container:
-      case DependencyScope::custom:
-        cached = &slot.singleton;
-        break;
-      case DependencyScope::scoped:
-        cached = scopedCacheEntry(s, slot);
-        break;
-      case DependencyScope::lazy:
-        cached = &slot.lazy;
-        break;
-      case DependencyScope::transient:
-        break;
-    }
-    if (cached != nullptr && matches(*cached, &key)) {
-      countHit(s, slot);
-      return *cached;
-    }
-  }
-  throw DependencyResolutionError::factoryError(
-      "Instance not available for synchronous resolution");
+  return detail::resolveSyncWithin(*state_, key, nullptr);
 }
 
 void AdvancedDIContainerImpl::runOnContainerThread(std::function<void(AdvancedDIContainer&)> task) {

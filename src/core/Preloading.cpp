@@ -13,6 +13,7 @@
 #include "core/detail/ContainerState.hpp"
 #include "core/detail/HomeThread.hpp"
 #include "core/detail/Output.hpp"
+#include "core/detail/ResolutionContext.hpp"
 #include "tavreldi/core/AdvancedDIContainerImpl.hpp"
 #include "tavreldi/core/Errors.hpp"
 
@@ -37,17 +38,21 @@ std::string currentErrorText() {
   }
 }
 
-// Runs a factory with the container, awaiting it when it is asynchronous, and comes back to the
-// container's thread (an asynchronous factory may finish elsewhere).
+// Runs a factory with the container (its resolutions start chains of their own), awaiting it
+// when it is asynchronous, and comes back to the container's thread (an asynchronous factory may
+// finish elsewhere). Fails when the container was destroyed meanwhile.
 asio::awaitable<AnyInstance> callFactory(AdvancedDIContainerImpl& self, FactoryType factory,
                                          std::string_view name) {
+  std::shared_ptr<ContainerState> state = self.state().shared_from_this();
+  detail::ResolutionContext context(self, state, nullptr);
   AnyInstance instance;
   if (factory.isAsync()) {
-    instance = co_await (*factory.asyncFactory())(self);
+    instance = co_await (*factory.asyncFactory())(context);
+    co_await detail::switchToHomeThread(*state);
+    if (!state->attachments->alive) throw detail::containerDestroyed(name);
   } else {
-    instance = (*factory.syncFactory())(self);
+    instance = (*factory.syncFactory())(context);
   }
-  co_await detail::switchToHomeThread(self.state());
   // As in resolution: an empty pointer is a failure of the factory, not an instance.
   if (!instance) {
     throw DependencyResolutionError::factoryError("Factory returned no instance for " +
@@ -120,8 +125,9 @@ std::vector<Category> groupFactoriesByCategory(const ContainerState& s) {
 }  // namespace
 
 asio::awaitable<void> AdvancedDIContainerImpl::preloadDependencies() {
-  co_await detail::switchToHomeThread(*state_);
-  ContainerState& s = *state_;
+  const std::shared_ptr<ContainerState> keep = state_;  // the walk may outlive the container
+  ContainerState& s = *keep;
+  co_await detail::switchToHomeThread(s);
   printLine("🚀 Preloading critical dependencies...");
   const std::vector<Slot*> order = s.registryOrder;
   for (std::size_t i = 0; i < order.size(); ++i) {
@@ -141,14 +147,16 @@ asio::awaitable<void> AdvancedDIContainerImpl::preloadDependencies() {
       printFormatted("⚠️ Failed to preload: {} - {}", name, currentErrorText());
     }
     co_await detail::switchToHomeThread(s);
+    if (!s.attachments->alive) co_return;
     if (preloaded) printFormatted("✅ Preloaded {}: {}", toString(scope), name);
   }
   printLine("✅ Dependency preloading completed");
 }
 
 asio::awaitable<void> AdvancedDIContainerImpl::preloadAllGeneric() {
-  co_await detail::switchToHomeThread(*state_);
-  ContainerState& s = *state_;
+  const std::shared_ptr<ContainerState> keep = state_;
+  ContainerState& s = *keep;
+  co_await detail::switchToHomeThread(s);
   printLine("🚀 Starting generic preloading...");
   const std::vector<Slot*> order = s.registryOrder;
   for (std::size_t i = 0; i < order.size(); ++i) {
@@ -166,6 +174,7 @@ asio::awaitable<void> AdvancedDIContainerImpl::preloadAllGeneric() {
     try {
       instance = co_await callFactory(*this, slot.factory, slot.name);
     } catch (...) {
+      if (!s.attachments->alive) co_return;
       printFormatted("⚠️ Failed to preload: {} - {}", slot.name, currentErrorText());
       continue;
     }
@@ -190,8 +199,9 @@ asio::awaitable<void> AdvancedDIContainerImpl::preloadAllGeneric() {
 }
 
 asio::awaitable<void> AdvancedDIContainerImpl::preloadSmart() {
-  co_await detail::switchToHomeThread(*state_);
-  const ContainerState& s = *state_;
+  const std::shared_ptr<ContainerState> keep = state_;
+  const ContainerState& s = *keep;
+  co_await detail::switchToHomeThread(s);
   printLine("🚀 Smart preloading - analyzing dependency tree...");
   const std::vector<Category> groups = groupFactoriesByCategory(s);
   for (const Category& group : groups) {
@@ -201,26 +211,29 @@ asio::awaitable<void> AdvancedDIContainerImpl::preloadSmart() {
       const Slot* slot = s.find(name);
       if (slot == nullptr || !slot->metadata) continue;
       co_await createAndReport(*this, name);
+      if (!s.attachments->alive) co_return;
     }
   }
   printLine("✅ Smart preloading complete!");
 }
 
 asio::awaitable<void> AdvancedDIContainerImpl::preloadViewModelsOnly() {
-  co_await detail::switchToHomeThread(*state_);
+  const std::shared_ptr<ContainerState> keep = state_;
+  co_await detail::switchToHomeThread(*keep);
   printLine("🚀 Preloading ViewModels and their dependencies...");
   std::vector<std::string> dependencies;
   std::vector<std::string> viewModels;
-  for (Category& group : groupFactoriesByCategory(*state_)) {
+  for (Category& group : groupFactoriesByCategory(*keep)) {
     auto& target = group.name == "ViewModels" ? viewModels : dependencies;
     for (std::string& name : group.members) target.push_back(std::move(name));
   }
-  for (std::size_t i = 0; i < dependencies.size(); ++i) {
+  for (std::size_t i = 0; i < dependencies.size() && keep->attachments->alive; ++i) {
     co_await createAndReport(*this, dependencies[i]);
   }
-  for (std::size_t i = 0; i < viewModels.size(); ++i) {
+  for (std::size_t i = 0; i < viewModels.size() && keep->attachments->alive; ++i) {
     co_await createAndReport(*this, viewModels[i]);
   }
+  if (!keep->attachments->alive) co_return;
   printLine("✅ ViewModels preloaded - resolveSync works everywhere!");
 }
 

@@ -21,15 +21,29 @@ using detail::printFormatted;
 using detail::printLine;
 using detail::Slot;
 
+namespace {
+
+// A scope's map was made anew or dropped: scoped creations in progress keep nothing, and the
+// next resolution in that scope starts a new one.
+void forgetScopedCreations(detail::ContainerState& s, const std::string& scopeId) {
+  std::erase_if(s.creations, [&scopeId](const auto& entry) {
+    return entry.first.cache == DependencyScope::scoped && entry.first.scopeId == scopeId;
+  });
+}
+
+}  // namespace
+
 asio::awaitable<void> AdvancedDIContainerImpl::createScope(std::string id) {
   co_await detail::switchToHomeThread(*state_);
   state_->scopedInstances[id].clear();
+  forgetScopedCreations(*state_, id);
   printFormatted("🔧 Created scope: {}", id);
 }
 
 asio::awaitable<void> AdvancedDIContainerImpl::disposeScope(std::string id) {
   co_await detail::switchToHomeThread(*state_);
   state_->scopedInstances.erase(id);
+  forgetScopedCreations(*state_, id);
   printFormatted("🗑️ Disposed scope: {}", id);
 }
 
@@ -56,7 +70,9 @@ asio::awaitable<void> AdvancedDIContainerImpl::cleanup() {
     slot.lastResolved.reset();
   }
   s.scopedInstances.clear();
-  s.resolutionStack.clear();
+  // Creations in progress finish for the resolutions awaiting them, but keep nothing; the next
+  // resolution starts a new one.
+  s.creations.clear();
   printLine("✅ Container cleanup completed");
 }
 

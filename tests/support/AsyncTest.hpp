@@ -8,6 +8,7 @@
 #include <chrono>
 #include <future>
 #include <memory>
+#include <optional>
 #include <regex>
 #include <string>
 #include <vector>
@@ -49,6 +50,18 @@ class AsyncTest : public ::testing::Test {
 
   asio::io_context io;
 };
+
+/// The exception of type X that `call` throws; a test failure and nothing when it throws none.
+template <class X, class F>
+std::optional<X> caught(F call) {
+  try {
+    call();
+  } catch (const X& error) {
+    return error;
+  }
+  ADD_FAILURE() << "nothing thrown";
+  return std::nullopt;
+}
 
 /// Replaces the duration in "✅ Resolved: X (took 0.001s)" lines by "(took T)", after checking
 /// its form, so that expected lines can be written out whole.

@@ -139,7 +139,8 @@ class AdvancedDIContainerImpl final : public AdvancedDIContainer {
   [[nodiscard]] const detail::ContainerState& state() const noexcept { return *state_; }
 
  private:
-  std::unique_ptr<detail::ContainerState> state_;
+  // Shared with the resolutions in progress, which may outlive the container.
+  std::shared_ptr<detail::ContainerState> state_;
 };
 
 }  // namespace tavreldi

@@ -15,6 +15,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -27,13 +28,16 @@
 #include "tavreldi/core/AnyInstance.hpp"
 #include "tavreldi/core/DIContainerConfig.hpp"
 #include "tavreldi/core/DependencyMetadata.hpp"
+#include "tavreldi/core/DependencyScope.hpp"
 #include "tavreldi/core/TypeName.hpp"
 #include "tavreldi/telemetry/DIAnalyticsProvider.hpp"
 #include "tavreldi/telemetry/DICrashlyticsConfig.hpp"
 
 namespace tavreldi::detail {
 
-struct GraphStructure;  // graph/detail/GraphBuilding.hpp
+struct GraphStructure;   // graph/detail/GraphBuilding.hpp
+struct SharedCreation;   // core/detail/SharedCreation.hpp
+struct ResolutionFrame;  // core/detail/ResolutionContext.hpp
 
 struct Slot {
   Slot(std::string slotName, std::uint32_t slotIndex)
@@ -79,7 +83,25 @@ struct Attachments {
   bool alive = true;
 };
 
-struct ContainerState {
+/// Where a creation in progress will store its instance: a slot's singleton or lazy cache, or a
+/// scope's map (then `scopeId` names the scope).
+struct CreationKey {
+  const Slot* slot = nullptr;
+  DependencyScope cache = DependencyScope::singleton;
+  std::string scopeId;
+  friend bool operator==(const CreationKey&, const CreationKey&) = default;
+};
+
+struct CreationKeyHash {
+  std::size_t operator()(const CreationKey& key) const noexcept {
+    const std::size_t h = std::hash<const void*>{}(key.slot) ^ static_cast<std::size_t>(key.cache);
+    return key.scopeId.empty() ? h : h ^ (std::hash<std::string>{}(key.scopeId) << 1);
+  }
+};
+
+// Shared with every resolution in progress (each holds it across its suspensions), so a
+// resolution that resumes after the container was destroyed still finds its state.
+struct ContainerState : std::enable_shared_from_this<ContainerState> {
   ContainerState(DIContainerConfig cfg, asio::any_io_executor exec)
       : config(cfg), executor(std::move(exec)), homeThread(std::this_thread::get_id()) {}
 
@@ -99,7 +121,12 @@ struct ContainerState {
   std::unordered_map<std::string, ScopeInstances> scopedInstances;
   std::string scopeId = "default";
 
-  std::vector<Slot*> resolutionStack;
+  // Creations of cacheable instances in progress; other resolutions of the same instance await
+  // them instead of running the factory again. cleanup() forgets them all, and making or
+  // dropping a scope forgets that scope's: a creation no longer listed keeps nothing.
+  std::unordered_map<CreationKey, std::shared_ptr<SharedCreation>, CreationKeyHash> creations;
+  // Marks the resolutions visited by one search for a wait that would never end.
+  std::uint64_t searchGeneration = 0;
 
   // Bumped whenever a name or an observed dependency is added and on every registration. What
   // graph building derives from those alone (cycles, greatest depth, what the names tell,
