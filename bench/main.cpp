@@ -134,6 +134,32 @@ BENCHMARK(BM_Resolve_CachedSingleton_NullProvider);
 BENCHMARK(BM_Resolve_TransientChain3);
 BENCHMARK(BM_Resolve_TransientChain3_NullProvider);
 
+// `state.range(0)` resolutions of one singleton started at once on a fresh container; its
+// factory suspends once (a post through the executor), so all but the first await its creation.
+void BM_Resolve_ConcurrentAwaiters(benchmark::State& state) {
+  const auto count = static_cast<std::size_t>(state.range(0));
+  for (auto _ : state) {
+    asio::io_context io;
+    auto c = makeContainer(io, false);
+    c->registerAsync<Leaf>(DependencyScope::singleton,
+                           [](AdvancedDIContainer& c) -> asio::awaitable<std::shared_ptr<Leaf>> {
+                             co_await asio::post(c.executor(), asio::use_awaitable);
+                             co_return std::make_shared<Leaf>();
+                           });
+    std::size_t resolved = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+      asio::co_spawn(io, c->resolve<Leaf>(),
+                     [&resolved](const std::exception_ptr& error, const std::shared_ptr<Leaf>&) {
+                       if (!error) ++resolved;
+                     });
+    }
+    io.run();
+    if (resolved != count) state.SkipWithError("a resolution failed");
+  }
+  state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(BM_Resolve_ConcurrentAwaiters)->Arg(10000)->Unit(benchmark::kMillisecond);
+
 void BM_RegisterSync(benchmark::State& state) {
   asio::io_context io;
   auto c = makeContainer(io, false);
