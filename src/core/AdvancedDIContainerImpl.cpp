@@ -105,8 +105,7 @@ std::optional<CreationKey> creationKey(const Slot& slot, DependencyScope scope,
 // Runs the registration's factory with the container seen from `frame`, and checks what it
 // made. Continues on the home thread whatever thread the factory finished on; fails when the
 // container was destroyed meanwhile.
-asio::awaitable<AnyInstance> createInstance(AdvancedDIContainerImpl& self,
-                                            const std::shared_ptr<ContainerState>& state,
+asio::awaitable<AnyInstance> createInstance(AdvancedDIContainerImpl& self, ContainerState& state,
                                             const ResolutionFrame& frame, const ServiceKey* key) {
   const Slot& slot = *frame.slot;
   const FactoryType factory = slot.factory;  // keeps the factory alive across the call
@@ -117,8 +116,8 @@ asio::awaitable<AnyInstance> createInstance(AdvancedDIContainerImpl& self,
   AnyInstance instance;
   if (factory.isAsync()) {
     instance = co_await (*factory.asyncFactory())(context);
-    co_await detail::switchToHomeThread(*state);
-    if (!state->attachments->alive) throw detail::containerDestroyed(slot.name);
+    if (!state.onHomeThread()) co_await detail::switchToHomeThread(state);
+    if (!state.attachments->alive) throw detail::containerDestroyed(slot.name);
   } else {
     instance = (*factory.syncFactory())(context);
   }
@@ -142,7 +141,7 @@ asio::awaitable<AnyInstance> resolveOnHome(AdvancedDIContainerImpl& self, const 
   // Held only once this resolution is about to suspend: a cached one never does.
   std::shared_ptr<ContainerState> keep;
   if (!s.onHomeThread()) {  // awaited elsewhere than where it was made
-    keep = s.shared_from_this();
+    keep = self.sharedState();
     co_await detail::switchToHomeThread(s);
     if (!s.attachments->alive) throw detail::containerDestroyed(key ? key->name : name);
   }
@@ -168,21 +167,22 @@ asio::awaitable<AnyInstance> resolveOnHome(AdvancedDIContainerImpl& self, const 
 
   ResolutionFrame frame{&slot, parent};
   const bool caching = config.enableCaching();
+  // Where the instance will be cached: fixed when the resolution starts (the current scope may
+  // change while it waits), worked out only when a creation is in progress or one is needed.
+  std::optional<CreationKey> cacheKey;
   // A creation of the same instance in progress, unless awaiting it would wait for ever (it
   // waits, through other chains, for this one). With cycle detection on, such a wait is a
   // cycle; with it off, this resolution runs the factory itself, as it would in sequence.
   std::shared_ptr<SharedCreation> inProgress;
-  std::optional<CreationKey> cacheKey;
-  if (caching && slot.metadata) {
+  if (caching && slot.metadata && !s.creations.empty()) {
     cacheKey = creationKey(slot, slot.metadata->scope, s.scopeId);
-    if (cacheKey && !s.creations.empty()) {
-      if (const auto it = s.creations.find(*cacheKey); it != s.creations.end()) {
-        auto loop = detail::waitCycle(s, frame, *it->second);
-        if (loop.empty()) {
-          inProgress = it->second;
-        } else if (config.enableCircularDependencyDetection()) {
-          failWithCycle(s, std::move(loop), true);
-        }
+    const auto it = cacheKey ? s.creations.find(*cacheKey) : s.creations.end();
+    if (it != s.creations.end()) {
+      auto loop = detail::waitCycle(s, frame, *it->second);
+      if (loop.empty()) {
+        inProgress = it->second;
+      } else if (config.enableCircularDependencyDetection()) {
+        failWithCycle(s, std::move(loop), true);
       }
     }
   }
@@ -224,7 +224,7 @@ asio::awaitable<AnyInstance> resolveOnHome(AdvancedDIContainerImpl& self, const 
     if (served) {
       instance = *cache;
     } else if (inProgress) {
-      keep = s.shared_from_this();
+      keep = self.sharedState();
       instance = co_await detail::awaitCreation(s, std::move(inProgress), frame);
       if (!s.attachments->alive) throw detail::containerDestroyed(n);
       served = matches(instance, key);  // another type of the same name made it: make one
@@ -234,11 +234,12 @@ asio::awaitable<AnyInstance> resolveOnHome(AdvancedDIContainerImpl& self, const 
       countHit(s, slot);
     } else {
       if (singletonFamily) printLine("   🔄 Creating new instance for: ", n);
-      if (!keep) keep = s.shared_from_this();
+      if (!keep && slot.factory.isAsync()) keep = self.sharedState();  // only those suspend
+      if (caching && !cacheKey) cacheKey = creationKey(slot, scope, s.scopeId);
       std::optional<OwnedCreation> owned;
       if (cacheKey) owned.emplace(s, *cacheKey, frame);
       try {
-        instance = co_await createInstance(self, keep, frame, key);
+        instance = co_await createInstance(self, s, frame, key);
       } catch (...) {
         if (owned) owned->fail();
         throw;
@@ -335,7 +336,7 @@ asio::awaitable<AnyInstance> resolveWithin(AdvancedDIContainerImpl& container,
                                            const ResolutionFrame* parent) {
   ContainerState& s = container.state();
   if (s.onHomeThread()) return resolveOnHome(container, key, std::move(name), parent);
-  return resolveFromElsewhere(container, s.shared_from_this(), key, std::move(name), parent);
+  return resolveFromElsewhere(container, container.sharedState(), key, std::move(name), parent);
 }
 
 AnyInstance resolveSyncWithin(ContainerState& s, const ServiceKey& key,

@@ -43,13 +43,13 @@ std::string currentErrorText() {
 // finish elsewhere). Fails when the container was destroyed meanwhile.
 asio::awaitable<AnyInstance> callFactory(AdvancedDIContainerImpl& self, FactoryType factory,
                                          std::string_view name) {
-  std::shared_ptr<ContainerState> state = self.state().shared_from_this();
+  ContainerState& state = self.state();  // kept alive by the preloading walk
   detail::ResolutionContext context(self, state, nullptr);
   AnyInstance instance;
   if (factory.isAsync()) {
     instance = co_await (*factory.asyncFactory())(context);
-    co_await detail::switchToHomeThread(*state);
-    if (!state->attachments->alive) throw detail::containerDestroyed(name);
+    co_await detail::switchToHomeThread(state);
+    if (!state.attachments->alive) throw detail::containerDestroyed(name);
   } else {
     instance = (*factory.syncFactory())(context);
   }

@@ -22,7 +22,7 @@ DependencyResolutionError containerDestroyed(std::string_view resolving) {
 }
 
 AdvancedDIContainerImpl& ResolutionContext::container() const {
-  if (!state_->attachments->alive) throw containerDestroyed();
+  if (!state_.attachments->alive) throw containerDestroyed();
   return container_;
 }
 
@@ -41,7 +41,7 @@ asio::awaitable<AnyInstance> ResolutionContext::resolveInstance(const ServiceKey
 
 AnyInstance ResolutionContext::resolveInstanceSync(const ServiceKey& key) {
   (void)container();
-  return resolveSyncWithin(*state_, key, frame_);
+  return resolveSyncWithin(state_, key, frame_);
 }
 
 asio::awaitable<AnyInstance> ResolutionContext::resolveByName(std::string name) {
@@ -57,7 +57,7 @@ asio::awaitable<void> ResolutionContext::awaitPendingRegistrations() {
 }
 
 const asio::any_io_executor& ResolutionContext::executor() const noexcept {
-  return state_->executor;
+  return state_.executor;
 }
 
 asio::awaitable<void> ResolutionContext::createScope(std::string id) {

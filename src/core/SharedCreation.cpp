@@ -40,6 +40,7 @@ void OwnedCreation::finish(const AnyInstance& instance, std::exception_ptr error
   c.error = std::move(error);
   c.creator->creating = nullptr;
   c.creator = nullptr;
+  c.waiters.clear();
   if (listed()) state_.creations.erase(key_);
   c.done.cancel();
 }
@@ -53,14 +54,15 @@ asio::awaitable<AnyInstance> awaitCreation(ContainerState& state,
     SharedCreation& creation;
     ResolutionFrame& waiter;
     ~Leave() {
-      std::erase(creation.waiters, &waiter);
+      // Finishing empties the list at once; only a waiter dropped before that leaves it.
+      if (!creation.finished) std::erase(creation.waiters, &waiter);
       waiter.awaiting = nullptr;
     }
   } leave{*creation, waiter};
   do {
     asio::error_code ignored;  // the cancellation that finishing is
     co_await creation->done.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
-    co_await switchToHomeThread(state);
+    if (!state.onHomeThread()) co_await switchToHomeThread(state);
   } while (!creation->finished);
   if (creation->error) std::rethrow_exception(creation->error);
   co_return creation->instance;

@@ -137,6 +137,10 @@ class AdvancedDIContainerImpl final : public AdvancedDIContainer {
   /// The internal state, for the container's own source files.
   [[nodiscard]] detail::ContainerState& state() noexcept { return *state_; }
   [[nodiscard]] const detail::ContainerState& state() const noexcept { return *state_; }
+  /// The internal state as the resolutions in progress hold it.
+  [[nodiscard]] const std::shared_ptr<detail::ContainerState>& sharedState() const noexcept {
+    return state_;
+  }
 
  private:
   // Shared with the resolutions in progress, which may outlive the container.

@@ -101,7 +101,7 @@ struct CreationKeyHash {
 
 // Shared with every resolution in progress (each holds it across its suspensions), so a
 // resolution that resumes after the container was destroyed still finds its state.
-struct ContainerState : std::enable_shared_from_this<ContainerState> {
+struct ContainerState {
   ContainerState(DIContainerConfig cfg, asio::any_io_executor exec)
       : config(cfg), executor(std::move(exec)), homeThread(std::this_thread::get_id()) {}
 

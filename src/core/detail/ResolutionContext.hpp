@@ -41,9 +41,10 @@ struct ResolutionFrame {
 /// `DependencyResolutionError` ("Container was destroyed").
 class ResolutionContext final : public AdvancedDIContainer {
  public:
-  ResolutionContext(AdvancedDIContainerImpl& container, std::shared_ptr<ContainerState> state,
+  /// `state` must outlive the view: the resolution running the factory holds it.
+  ResolutionContext(AdvancedDIContainerImpl& container, ContainerState& state,
                     const ResolutionFrame* frame) noexcept
-      : container_(container), state_(std::move(state)), frame_(frame) {}
+      : container_(container), state_(state), frame_(frame) {}
 
   void registerFactory(const ServiceKey& key, DependencyScope scope, DependencyLifetime lifetime,
                        FactoryType factory) override;
@@ -83,7 +84,7 @@ class ResolutionContext final : public AdvancedDIContainer {
   [[nodiscard]] AdvancedDIContainerImpl& container() const;
 
   AdvancedDIContainerImpl& container_;
-  std::shared_ptr<ContainerState> state_;
+  ContainerState& state_;
   const ResolutionFrame* frame_;
 };
 
