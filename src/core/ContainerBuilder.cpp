@@ -14,6 +14,7 @@
 #include "core/detail/ContainerState.hpp"
 #include "core/detail/HomeThread.hpp"
 #include "tavreldi/core/ContainerFactory.hpp"
+#include "tavreldi/core/RegistrationValidationError.hpp"
 
 namespace tavreldi {
 
@@ -31,11 +32,16 @@ ContainerBuilder::ContainerBuilder(DIContainerConfig config, asio::any_io_execut
 
 ContainerBuilder::~ContainerBuilder() = default;
 
-ContainerBuilder& ContainerBuilder::enqueueRegistration(const ServiceKey& key,
-                                                        DependencyScope scope,
-                                                        DependencyLifetime lifetime,
-                                                        FactoryType factory) {
-  return enqueue(Step{&key, scope, lifetime, std::move(factory), nullptr});
+ContainerBuilder& ContainerBuilder::enqueueRegistration(
+    const ServiceKey& key, DependencyScope scope, DependencyLifetime lifetime, FactoryType factory,
+    std::span<const ServiceKey* const> declared) {
+  return enqueue(Step{&key, scope, lifetime, std::move(factory), nullptr, declared});
+}
+
+ContainerBuilder& ContainerBuilder::validateOnBuild(bool enabled) {
+  const std::lock_guard lock(queueMutex_);
+  validateOnBuild_ = enabled;
+  return *this;
 }
 
 ContainerBuilder& ContainerBuilder::registerModule(std::shared_ptr<DIModule> module) {
@@ -83,6 +89,10 @@ asio::awaitable<std::shared_ptr<AdvancedDIContainer>> ContainerBuilder::build() 
   co_await detail::switchToHomeThread(state);
   co_await acquireBuildGate();
   const std::vector<Step> steps = snapshot();
+  const bool validate = [this] {
+    const std::lock_guard lock(queueMutex_);
+    return validateOnBuild_;
+  }();
   std::exception_ptr failure;
   try {
     for (std::size_t i = 0; i < steps.size(); ++i) {
@@ -92,7 +102,12 @@ asio::awaitable<std::shared_ptr<AdvancedDIContainer>> ContainerBuilder::build() 
         co_await detail::switchToHomeThread(state);
       } else {
         container_->registerFactory(*step.key, step.scope, step.lifetime, step.factory);
+        detail::declareDependencies(*container_, *step.key, step.declared);
       }
+    }
+    if (validate) {
+      RegistrationReport report = co_await container_->validateRegistrations();
+      if (!report.ok()) throw RegistrationValidationError(std::move(report));
     }
   } catch (...) {
     failure = std::current_exception();
