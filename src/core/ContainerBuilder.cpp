@@ -56,6 +56,11 @@ ContainerBuilder& ContainerBuilder::enqueue(Step step) {
   return *this;
 }
 
+bool ContainerBuilder::validatesOnBuild() const {
+  const std::lock_guard lock(queueMutex_);
+  return validateOnBuild_;
+}
+
 std::vector<ContainerBuilder::Step> ContainerBuilder::snapshot() const {
   const std::lock_guard lock(queueMutex_);
   return registrations_;
@@ -89,10 +94,7 @@ asio::awaitable<std::shared_ptr<AdvancedDIContainer>> ContainerBuilder::build() 
   co_await detail::switchToHomeThread(state);
   co_await acquireBuildGate();
   const std::vector<Step> steps = snapshot();
-  const bool validate = [this] {
-    const std::lock_guard lock(queueMutex_);
-    return validateOnBuild_;
-  }();
+  const bool validate = validatesOnBuild();
   std::exception_ptr failure;
   try {
     for (std::size_t i = 0; i < steps.size(); ++i) {

@@ -129,6 +129,7 @@ class ContainerBuilder {
                                         std::span<const ServiceKey* const> declared = {});
   ContainerBuilder& enqueue(Step step);
   [[nodiscard]] std::vector<Step> snapshot() const;
+  [[nodiscard]] bool validatesOnBuild() const;
   [[nodiscard]] asio::awaitable<void> acquireBuildGate();
   void releaseBuildGate();
 
