@@ -25,7 +25,7 @@ struct HttpClient {
   virtual ~HttpClient() = default;
 };
 struct FakeHttpClient final : HttpClient {
-  FakeHttpClient(P<Config> /*unused*/, const P<const Logger>& l) : logger(l) {}
+  FakeHttpClient(const P<Config>& /*unused*/, const P<const Logger>& l) : logger(l) {}
   P<const Logger> logger;
 };
 struct UserRepository {  // an aggregate: its leading shared_ptr members
@@ -45,10 +45,10 @@ struct Cache {  // a constructor template: the call names them
 };
 template <int I>
 struct Part {};
-struct Ten {
-  Ten(P<Part<0>>, P<Part<1>>, P<Part<2>>, P<Part<3>>, P<Part<4>>, P<Part<5>>, P<Part<6>>,
-      P<Part<7>>, P<Part<8>>, P<Part<9>> last)
-      : last(std::move(last)) {}
+template <int I>
+using R = const P<Part<I>>&;
+struct Ten {  // NOLINTNEXTLINE(modernize-pass-by-value): deduction reads const& too
+  Ten(R<0>, R<1>, R<2>, R<3>, R<4>, R<5>, R<6>, R<7>, R<8>, R<9> l) : last(l) {}
   P<Part<9>> last;
 };
 
