@@ -160,6 +160,47 @@ void BM_Resolve_ConcurrentAwaiters(benchmark::State& state) {
 }
 BENCHMARK(BM_Resolve_ConcurrentAwaiters)->Arg(10000)->Unit(benchmark::kMillisecond);
 
+// A transient chain of five, Link<4> down to Link<0>, auto-wired or with hand-written factories
+// that resolve the same dependency: what auto-wiring costs over writing the factory.
+template <int I>
+struct Link {
+  std::shared_ptr<Link<I - 1>> next;
+};
+template <>
+struct Link<0> {};
+
+template <int I>
+asio::awaitable<std::shared_ptr<Link<I>>> makeLink(AdvancedDIContainer& c) {
+  if constexpr (I == 0) {
+    co_return std::make_shared<Link<0>>();
+  } else {
+    auto next = co_await c.resolve<Link<I - 1>>();
+    co_return std::make_shared<Link<I>>(Link<I>{next});
+  }
+}
+
+template <int... Is>
+void registerLinks(AdvancedDIContainer& c, bool autoWired,
+                   std::integer_sequence<int, Is...> /*unused*/) {
+  if (autoWired) {
+    (c.registerType<Link<Is>>(DependencyScope::transient), ...);
+  } else {
+    (c.registerAsync<Link<Is>>(DependencyScope::transient, makeLink<Is>), ...);
+  }
+}
+
+void resolveLinks(benchmark::State& state, bool autoWired) {
+  asio::io_context io;
+  auto c = makeContainer(io, false);
+  registerLinks(*c, autoWired, std::make_integer_sequence<int, 5>{});
+  (void)runOn(io, c->resolve<Link<4>>());
+  (void)runOn(io, resolveLoop<Link<4>>(state, *c));
+}
+void BM_Resolve_TransientChain5_HandWritten(benchmark::State& state) { resolveLinks(state, false); }
+void BM_Resolve_TransientChain5_AutoWired(benchmark::State& state) { resolveLinks(state, true); }
+BENCHMARK(BM_Resolve_TransientChain5_HandWritten);
+BENCHMARK(BM_Resolve_TransientChain5_AutoWired);
+
 void BM_RegisterSync(benchmark::State& state) {
   asio::io_context io;
   auto c = makeContainer(io, false);

@@ -14,6 +14,7 @@
 #include "core/detail/ContainerState.hpp"
 #include "core/detail/HomeThread.hpp"
 #include "tavreldi/core/ContainerFactory.hpp"
+#include "tavreldi/core/RegistrationValidationError.hpp"
 
 namespace tavreldi {
 
@@ -31,11 +32,16 @@ ContainerBuilder::ContainerBuilder(DIContainerConfig config, asio::any_io_execut
 
 ContainerBuilder::~ContainerBuilder() = default;
 
-ContainerBuilder& ContainerBuilder::enqueueRegistration(const ServiceKey& key,
-                                                        DependencyScope scope,
-                                                        DependencyLifetime lifetime,
-                                                        FactoryType factory) {
-  return enqueue(Step{&key, scope, lifetime, std::move(factory), nullptr});
+ContainerBuilder& ContainerBuilder::enqueueRegistration(
+    const ServiceKey& key, DependencyScope scope, DependencyLifetime lifetime, FactoryType factory,
+    std::span<const ServiceKey* const> declared) {
+  return enqueue(Step{&key, scope, lifetime, std::move(factory), nullptr, declared});
+}
+
+ContainerBuilder& ContainerBuilder::validateOnBuild(bool enabled) {
+  const std::lock_guard lock(queueMutex_);
+  validateOnBuild_ = enabled;
+  return *this;
 }
 
 ContainerBuilder& ContainerBuilder::registerModule(std::shared_ptr<DIModule> module) {
@@ -48,6 +54,11 @@ ContainerBuilder& ContainerBuilder::enqueue(Step step) {
   const std::lock_guard lock(queueMutex_);
   registrations_.push_back(std::move(step));
   return *this;
+}
+
+bool ContainerBuilder::validatesOnBuild() const {
+  const std::lock_guard lock(queueMutex_);
+  return validateOnBuild_;
 }
 
 std::vector<ContainerBuilder::Step> ContainerBuilder::snapshot() const {
@@ -83,6 +94,7 @@ asio::awaitable<std::shared_ptr<AdvancedDIContainer>> ContainerBuilder::build() 
   co_await detail::switchToHomeThread(state);
   co_await acquireBuildGate();
   const std::vector<Step> steps = snapshot();
+  const bool validate = validatesOnBuild();
   std::exception_ptr failure;
   try {
     for (std::size_t i = 0; i < steps.size(); ++i) {
@@ -92,7 +104,12 @@ asio::awaitable<std::shared_ptr<AdvancedDIContainer>> ContainerBuilder::build() 
         co_await detail::switchToHomeThread(state);
       } else {
         container_->registerFactory(*step.key, step.scope, step.lifetime, step.factory);
+        detail::declareDependencies(*container_, *step.key, step.declared);
       }
+    }
+    if (validate) {
+      RegistrationReport report = co_await container_->validateRegistrations();
+      if (!report.ok()) throw RegistrationValidationError(std::move(report));
     }
   } catch (...) {
     failure = std::current_exception();

@@ -98,6 +98,10 @@ asio::awaitable<void> ResolutionContext::validateDependencies() {
   return container().validateDependencies();
 }
 
+asio::awaitable<RegistrationReport> ResolutionContext::validateRegistrations() {
+  return container().validateRegistrations();
+}
+
 asio::awaitable<DependencyGraph> ResolutionContext::getDependencyGraph() {
   return container().getDependencyGraph();
 }

@@ -166,6 +166,9 @@ TEST_F(CliTest, ReportPrintsTheAnalysis) {
            std::string("  1. [High] Architecture: Resolve Circular Dependencies"),
            std::string("     Found 2 circular dependencies that should be resolved"),
            std::string("     Affects: UserAPI, Cache; impact High; effort Medium"),
+           std::string("Registration problems (1)"),
+           std::string(
+               "  1. [circularDependency] Circular dependency: UserAPI -> Cache -> UserAPI"),
        }) {
     EXPECT_NE(("\n" + result.out).find("\n" + line + "\n"), std::string::npos) << line;
   }
@@ -220,9 +223,11 @@ TEST_F(CliTest, HelpVersionAndTheDemoPage) {
   const ToolRun demo = run({"demo", "--html", page});
   ASSERT_EQ(demo.status, 0) << demo.err;
   EXPECT_NE(demo.out.find("Viewer page written to " + page), std::string::npos);
+  // Every dependency of the auto-wired sample is known before anything is resolved.
+  EXPECT_NE(demo.out.find("\n8 services, 15 dependencies\n"), std::string::npos);
   const std::string html = readFile(page);
   EXPECT_NE(html.find("<title>TavrelDI sample app</title>"), std::string::npos);
-  for (const char* id : {"UserViewModel", "LoadUserUseCase", "UserRepository", "UserAPIService",
+  for (const char* id : {"UserViewModel", "LoadUserUseCase", "UserRepository", "HttpClient",
                          "Logger", "SessionService", "TokenRefresher"}) {
     EXPECT_NE(html.find(std::string("\"id\":\"") + id + "\""), std::string::npos) << id;
   }

@@ -34,6 +34,13 @@ void trySync(AdvancedDIContainerImpl& container, const char* name) {
   }
 }
 
+void printProblems(const tavreldi::RegistrationReport& report) {
+  if (report.ok()) fmt::print("Registration check: no problems\n");
+  for (const auto& problem : report.problems) {
+    fmt::print("Registration check: [{}] {}\n", tavreldi::toString(problem.kind), problem.message);
+  }
+}
+
 asio::awaitable<int> runSample(asio::any_io_executor executor, DemoOptions options) {
   heading("Building the container from two modules");
   auto built = co_await tavreldi::ContainerFactory::createWithModules(
@@ -41,28 +48,34 @@ asio::awaitable<int> runSample(asio::any_io_executor executor, DemoOptions optio
   auto container = std::dynamic_pointer_cast<AdvancedDIContainerImpl>(built);
   container->configureAnalytics(tavreldi::ConsoleDIAnalyticsProvider::shared());
 
-  heading("Resolving the view model (factories resolve their own dependencies)");
+  heading("What the registrations declare, before anything runs");
+  const auto declared = co_await container->getDependencyGraph();
+  fmt::print("{} services, {} dependencies\n", declared.nodes.size(), declared.edges.size());
+  printProblems(co_await container->validateRegistrations());
+
+  heading("Resolving the view model (each factory resolves its own dependencies)");
   auto viewModel = co_await container->resolve<UserViewModel>();
-  fmt::print("View model ready; its API service talks to {}\n",
-             viewModel->loadUser->repository->api->baseUrl);
+  fmt::print("View model ready; its HTTP client answers: {}\n",
+             viewModel->loadUser->users->http->get("/user"));
 
   heading("Preloading, then synchronous resolution everywhere");
   co_await container->preloadAllGeneric();
   trySync<Logger>(*container, "Logger");
-  trySync<UserAPIService>(*container, "UserAPIService");
+  trySync<HttpClient>(*container, "HttpClient");
   trySync<UserRepository>(*container, "UserRepository");
   trySync<UserViewModel>(*container, "UserViewModel");
   trySync<LoadUserUseCase>(*container, "LoadUserUseCase (transient: never cached, by design)");
 
-  heading("A dependency cycle, caught");
+  heading("A dependency cycle, found before it runs and caught when it does");
   registerCycle(*container);
+  printProblems(co_await container->validateRegistrations());
   try {
     (void)co_await container->resolve<SessionService>();
   } catch (const tavreldi::CircularDependencyException& error) {
     fmt::print("Caught: {}\n", error.what());
   }
 
-  heading("What the container observed");
+  heading("What the container knows");
   const auto graph = co_await container->getDependencyGraph();
   fmt::print("{}", tavreldi::DiagramGenerators::generateMermaid(graph));
   fmt::print("\n{}", tavreldi::DiagramGenerators::generateTreeVisualization(graph, 5));

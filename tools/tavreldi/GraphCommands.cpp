@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "GraphFile.hpp"
+#include "RegistrationProblems.hpp"
 #include "tavreldi/core/LineWriter.hpp"
 #include "tavreldi/visualization/DiagramGenerators.hpp"
 #include "tavreldi/visualization/ViewerPage.hpp"
@@ -207,6 +208,7 @@ int runReport(const std::string& file) {
   return guarded("report", [&] {
     const DependencyGraph graph = loadGraph(file);
     for (const std::string& line : reportLines(graph, file)) tavreldi::writeLine(line);
+    for (const std::string& line : registrationProblemLines(graph)) tavreldi::writeLine(line);
     return 0;
   });
 }

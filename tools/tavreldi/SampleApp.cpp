@@ -11,53 +11,25 @@ using tavreldi::DependencyScope;
 
 namespace {
 
-// The API service "connects" first: a real suspension on a timer.
-asio::awaitable<std::shared_ptr<UserAPIService>> makeApiService(AdvancedDIContainer& c) {
-  auto logger = co_await c.resolve<Logger>();
-  asio::steady_timer connect(c.executor(), std::chrono::milliseconds(20));
-  co_await connect.async_wait(asio::use_awaitable);
-  logger->log("API connected");
-  co_return std::make_shared<UserAPIService>(UserAPIService{logger});
-}
-
-asio::awaitable<std::shared_ptr<UserRepository>> makeRepository(AdvancedDIContainer& c) {
-  auto api = co_await c.resolve<UserAPIService>();
-  auto logger = co_await c.resolve<Logger>();
-  co_return std::make_shared<UserRepository>(UserRepository{api, logger});
-}
-
-asio::awaitable<std::shared_ptr<LoadUserUseCase>> makeUseCase(AdvancedDIContainer& c) {
-  // A named local: g++ 12 destroys a co_await result inside a braced initialiser twice.
-  auto repository = co_await c.resolve<UserRepository>();
-  co_return std::make_shared<LoadUserUseCase>(LoadUserUseCase{repository});
-}
-
-asio::awaitable<std::shared_ptr<UserViewModel>> makeViewModel(AdvancedDIContainer& c) {
-  auto useCase = co_await c.resolve<LoadUserUseCase>();
-  auto logger = co_await c.resolve<Logger>();
-  co_return std::make_shared<UserViewModel>(UserViewModel{useCase, logger});
-}
-
-asio::awaitable<std::shared_ptr<SessionService>> makeSession(AdvancedDIContainer& c) {
-  (void)co_await c.resolve<TokenRefresher>();
-  co_return std::make_shared<SessionService>();
-}
-
-asio::awaitable<std::shared_ptr<TokenRefresher>> makeRefresher(AdvancedDIContainer& c) {
-  (void)co_await c.resolve<SessionService>();
-  co_return std::make_shared<TokenRefresher>();
+// Written by hand: the configuration "loads" first, a real suspension on a timer.
+asio::awaitable<std::shared_ptr<Config>> loadConfig(AdvancedDIContainer& c) {
+  asio::steady_timer load(c.executor(), std::chrono::milliseconds(20));
+  co_await load.async_wait(asio::use_awaitable);
+  co_return std::make_shared<Config>();
 }
 
 void registerInfrastructure(AdvancedDIContainer& container) {
-  container.registerSync<Logger>(DependencyScope::singleton,
-                                 [](AdvancedDIContainer&) { return std::make_shared<Logger>(); });
-  container.registerAsync<UserAPIService>(DependencyScope::singleton, makeApiService);
-  container.registerAsync<UserRepository>(DependencyScope::scoped, makeRepository);
+  container.registerAsync<Config>(DependencyScope::singleton, loadConfig);
+  container.registerType<Logger>(DependencyScope::singleton);
+  container.registerType<HttpClient, FakeHttpClient>(DependencyScope::singleton);
+  container.registerType<UserRepository>(DependencyScope::scoped);
+  container.registerType<SettingsRepository>(DependencyScope::scoped);
 }
 
 void registerUserFeature(AdvancedDIContainer& container) {
-  container.registerAsync<LoadUserUseCase>(DependencyScope::transient, makeUseCase);
-  container.registerAsync<UserViewModel>(DependencyScope::lazy, makeViewModel);
+  container.registerType<LoadUserUseCase>(DependencyScope::transient);
+  container.registerType<UserViewModel>(DependencyScope::lazy);
+  container.registerType<SettingsViewModel>(DependencyScope::lazy);
 }
 
 class InfrastructureModule final : public tavreldi::DIModule {
@@ -88,8 +60,8 @@ std::vector<std::shared_ptr<tavreldi::DIModule>> sampleModules() {
 }
 
 void registerCycle(AdvancedDIContainer& container) {
-  container.registerAsync<SessionService>(DependencyScope::singleton, makeSession);
-  container.registerAsync<TokenRefresher>(DependencyScope::singleton, makeRefresher);
+  container.registerType<SessionService>(DependencyScope::singleton);
+  container.registerType<TokenRefresher>(DependencyScope::singleton);
 }
 
 }  // namespace demo

@@ -15,10 +15,12 @@
 #include <utility>
 
 #include "tavreldi/core/AnyInstance.hpp"
+#include "tavreldi/core/AutoWiring.hpp"
 #include "tavreldi/core/DependencyMetadata.hpp"
 #include "tavreldi/core/DependencyScope.hpp"
 #include "tavreldi/core/TypeName.hpp"
 #include "tavreldi/graph/DependencyGraph.hpp"
+#include "tavreldi/graph/RegistrationReport.hpp"
 #include "tavreldi/metrics/PerformanceMetrics.hpp"
 
 namespace tavreldi {
@@ -95,6 +97,32 @@ class AdvancedDIContainer {
   template <class T, class F>
   void registerSync(DependencyScope scope, F factory) {
     registerSync<T>(scope, DependencyLifetime::application, std::move(factory));
+  }
+  /// Registers `T` with a factory made from its constructor (see AutoWiring.hpp), replacing any
+  /// earlier registration of the same name, and declares its dependencies: the metadata's
+  /// `dependencies` lists their names in parameter order, so the graph shows them before
+  /// anything is resolved. Prints the same line as `registerAsync`.
+  ///
+  /// The factory resolves each dependency through the container it is given, one after the
+  /// other in parameter order, exactly as a hand-written asynchronous factory doing
+  /// `co_await c.resolve<D>()` for each would (same lines, observed dependencies, caching and
+  /// cycle detection), then constructs `T`. Forms:
+  ///
+  /// - `registerType<T>(scope)`: dependencies declared in `T` or deduced from its constructor;
+  /// - `registerType<T, Dependencies<A, B>>(scope)`: `T` made from `shared_ptr<A>, shared_ptr<B>`;
+  /// - `registerType<Interface, Impl>(scope)`: `Impl`'s constructor under `Interface`'s name;
+  ///   `resolve<Interface>()` returns the `Impl` instance;
+  /// - `registerType<Interface, Impl, Dependencies<A, B>>(scope)`: both.
+  ///
+  /// A registration that cannot work fails to compile with one `static_assert` saying what to
+  /// write. Home thread only.
+  template <class T, class... Options>
+  void registerType(DependencyScope scope,
+                    DependencyLifetime lifetime = DependencyLifetime::application) {
+    using Wiring = detail::AutoWiring<T, Options...>;
+    registerFactory(serviceKey<T>(), scope, lifetime,
+                    FactoryType::async(Wiring::template factory<AdvancedDIContainer>()));
+    detail::declareDependencies(*this, serviceKey<T>(), Wiring::dependencyKeys());
   }
   /// Stores `metadata` for `T` (no factory; nothing printed).
   template <class T>
@@ -223,6 +251,11 @@ class AdvancedDIContainer {
   /// Checks that every registered name has its record; throws `DependencyResolutionError`
   /// (`validationError`) otherwise, prints "✅ All dependencies are properly registered".
   [[nodiscard]] virtual asio::awaitable<void> validateDependencies() = 0;
+  /// Checks every registration against its declared and observed dependencies together, and
+  /// returns what is wrong: dependencies that are not registered, scoped services held by
+  /// services kept beyond one scope, and cycles (see `findRegistrationProblems`). Runs no
+  /// factory, changes nothing and prints nothing; never throws but `std::bad_alloc`.
+  [[nodiscard]] virtual asio::awaitable<RegistrationReport> validateRegistrations() = 0;
   /// The graph of registrations and observed dependencies, with its analysis.
   [[nodiscard]] virtual asio::awaitable<DependencyGraph> getDependencyGraph() = 0;
   /// The analysis of the current graph.

@@ -85,6 +85,7 @@ class AdvancedDIContainerImpl final : public AdvancedDIContainer {
   [[nodiscard]] asio::awaitable<PerformanceMetrics> getPerformanceMetrics() override;
 
   [[nodiscard]] asio::awaitable<void> validateDependencies() override;
+  [[nodiscard]] asio::awaitable<RegistrationReport> validateRegistrations() override;
   [[nodiscard]] asio::awaitable<DependencyGraph> getDependencyGraph() override;
   [[nodiscard]] asio::awaitable<GraphAnalysis> analyzeDependencyGraph() override;
   [[nodiscard]] asio::awaitable<GraphAnalysis> analyzeDependencyGraphWithMetrics() override;

@@ -7,6 +7,7 @@
 #include <asio/awaitable.hpp>
 #include <memory>
 #include <mutex>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -48,6 +49,16 @@ class ContainerBuilder {
     return enqueueRegistration(serviceKey<T>(), scope, lifetime,
                                FactoryType::sync(detail::eraseSyncFactory<T>(std::move(factory))));
   }
+  /// Queues `registerType<T, Options...>(scope, lifetime)`: a factory made from the
+  /// constructor, with declared dependencies (see `AdvancedDIContainer::registerType`).
+  template <class T, class... Options>
+  ContainerBuilder& registerType(DependencyScope scope,
+                                 DependencyLifetime lifetime = DependencyLifetime::application) {
+    using Wiring = detail::AutoWiring<T, Options...>;
+    return enqueueRegistration(serviceKey<T>(), scope, lifetime,
+                               FactoryType::async(Wiring::template factory<AdvancedDIContainer>()),
+                               Wiring::dependencyKeys());
+  }
   /// Queues a registration of `T` (lifetime `application`) whose factory hands out `instance`
   /// itself, the same object every time.
   template <class T>
@@ -83,10 +94,17 @@ class ContainerBuilder {
   /// Queues a call of `module->configure(container)`.
   ContainerBuilder& registerModule(std::shared_ptr<DIModule> module);
 
+  /// Makes `build()` check the registrations once every step has run (as
+  /// `validateRegistrations` does) and fail with `RegistrationValidationError`, listing every
+  /// problem, when there is any; the registrations stay in the container either way. Off by
+  /// default; `enabled` false turns it off again.
+  ContainerBuilder& validateOnBuild(bool enabled = true);
+
   /// Carries out every queued step, in queue order, on the container's thread, and returns the
   /// container. Stops at the first module that throws and rethrows its exception; the steps
   /// run before it stay in effect. The queue is kept: building again replays every step into
-  /// the same container and returns the same object.
+  /// the same container and returns the same object. Throws `RegistrationValidationError` as
+  /// `validateOnBuild` says.
   [[nodiscard]] asio::awaitable<std::shared_ptr<AdvancedDIContainer>> build();
 
   /// The container being filled (the same object for the builder's whole life).
@@ -102,19 +120,23 @@ class ContainerBuilder {
     DependencyLifetime lifetime = DependencyLifetime::application;
     FactoryType factory;
     std::shared_ptr<DIModule> module;
+    std::span<const ServiceKey* const> declared;  // auto-wired: the declared dependencies
   };
   struct BuildGate;
 
   ContainerBuilder& enqueueRegistration(const ServiceKey& key, DependencyScope scope,
-                                        DependencyLifetime lifetime, FactoryType factory);
+                                        DependencyLifetime lifetime, FactoryType factory,
+                                        std::span<const ServiceKey* const> declared = {});
   ContainerBuilder& enqueue(Step step);
   [[nodiscard]] std::vector<Step> snapshot() const;
+  [[nodiscard]] bool validatesOnBuild() const;
   [[nodiscard]] asio::awaitable<void> acquireBuildGate();
   void releaseBuildGate();
 
   std::shared_ptr<AdvancedDIContainerImpl> container_;
   mutable std::mutex queueMutex_;
   std::vector<Step> registrations_;
+  bool validateOnBuild_ = false;  // guarded by queueMutex_
   std::unique_ptr<BuildGate> gate_;
 };
 

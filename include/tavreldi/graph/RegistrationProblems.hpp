@@ -1,0 +1,44 @@
+#pragma once
+
+/// \file
+/// The check behind `validateRegistrations` and `tavreldi report`: registration problems found
+/// from names, scopes and dependencies alone.
+
+#include <span>
+#include <string_view>
+
+#include "tavreldi/core/DependencyScope.hpp"
+#include "tavreldi/graph/RegistrationReport.hpp"
+
+namespace tavreldi {
+
+/// A registered service as `findRegistrationProblems` sees it.
+struct RegisteredService {
+  std::string_view name;
+  DependencyScope scope = DependencyScope::singleton;
+};
+
+/// One dependency: `from` depends on `to`.
+struct ServiceDependency {
+  std::string_view from;
+  std::string_view to;
+};
+
+/// Checks `services` (in registration order; a repeated name counts once, with its first
+/// scope) against `dependencies` (in order; repeats count once, and those of unregistered
+/// services are ignored):
+///
+/// - a dependency on a name that is not among `services` is a missing dependency;
+/// - a `singleton`, `container`, `custom` or `lazy` service depending on a `scoped` one is a
+///   captive dependency;
+/// - services that depend on each other in a circle give one circular-dependency problem per
+///   circle (a group in which each reaches every other): the shortest loop from the group's
+///   first service in registration order, whatever loop and rotation the edges were seen in.
+///   A group that holds several loops is reported once; fixing its loop shows the next.
+///
+/// Time and memory are linear in the number of services and dependencies. Thread-safe; never
+/// throws except `std::bad_alloc`.
+[[nodiscard]] RegistrationReport findRegistrationProblems(
+    std::span<const RegisteredService> services, std::span<const ServiceDependency> dependencies);
+
+}  // namespace tavreldi
