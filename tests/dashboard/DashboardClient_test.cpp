@@ -145,16 +145,21 @@ TEST_F(DashboardClientTest, HttpsVerifiesTheServerCertificate) {
 }
 
 TEST_F(DashboardClientTest, StatusFailuresCarryStatusAndBodyStartAndRetryOnlyReads) {
-  // The body echoes the token: the message must still not show it.
-  const std::string body = std::string(kToken) + " " + std::string(250, 'x');
-  LoopbackHttpServer missing({{404, body}});
-  const std::string text = failure(
-      DashboardClient(configFor(missing.url(), 3)).fetchDashboardData(),
-      DashboardErrorKind::httpStatus,
-      "Dashboard request GET " + missing.url() + "/getUserDashboardData answered HTTP 404: ", 404);
-  // The excerpt is the body's first 200 characters, with the token redacted.
-  EXPECT_EQ(text.substr(text.find(": ") + 2), "[redacted] " + std::string(200 - 17, 'x') + "...");
-  EXPECT_EQ(missing.requests().size(), 1U);  // 4xx is not retried
+  // The body echoes the token, whole or straddling the excerpt's end: the message must still
+  // show no part of it.
+  const std::string cut = std::string(190, 'x') + kToken + std::string(50, 'y');
+  for (const auto& [body, excerpt] : {std::pair{kToken + std::string(" ") + std::string(250, 'x'),
+                                                "[redacted] " + std::string(200 - 11, 'x') + "..."},
+                                      std::pair{cut, std::string(190, 'x') + "[redacted]..."}}) {
+    LoopbackHttpServer missing({{404, body}});
+    const std::string text = failure(
+        DashboardClient(configFor(missing.url(), 3)).fetchDashboardData(),
+        DashboardErrorKind::httpStatus,
+        "Dashboard request GET " + missing.url() + "/getUserDashboardData answered HTTP 404: ",
+        404);
+    EXPECT_EQ(text.substr(text.find(": ") + 2), excerpt);
+    EXPECT_EQ(missing.requests().size(), 1U);  // 4xx is not retried
+  }
 
   LoopbackHttpServer flaky({{500, "busy"}, {200, kDataJson}});
   EXPECT_EQ(run(DashboardClient(configFor(flaky.url(), 1)).fetchDashboardData()).totalNodes, 2);
@@ -167,13 +172,36 @@ TEST_F(DashboardClientTest, StatusFailuresCarryStatusAndBodyStartAndRetryOnlyRea
 }
 
 TEST_F(DashboardClientTest, TransportFailuresAndUndecodableAnswers) {
-  LoopbackHttpServer slow({{200, kDataJson, milliseconds(10'000)}});
-  DashboardConfig impatient = configFor(slow.url());
-  impatient.timeout = milliseconds(200);
-  failure(DashboardClient(impatient).fetchDashboardData(), DashboardErrorKind::transport,
-          "/getUserDashboardData failed: no complete answer could be read (Read), timed out "
-          "after 200 ms");
-  slow.stop();
+  // One time limit for the whole request: an answer that is late, or that drips in a byte at a
+  // time with each read well within the limit, fails alike.
+  for (const ScriptedAnswer& late : {ScriptedAnswer{200, kDataJson, milliseconds(10'000)},
+                                     ScriptedAnswer{200, kDataJson, {}, milliseconds(50)}}) {
+    LoopbackHttpServer slow({late});
+    DashboardConfig impatient = configFor(slow.url());
+    impatient.timeout = milliseconds(200);
+    failure(DashboardClient(impatient).fetchDashboardData(), DashboardErrorKind::transport,
+            "/getUserDashboardData failed: the request timed out after 200 ms while reading the "
+            "answer");
+    slow.stop();
+  }
+
+  // Answers over the size limit, declared or sent chunked, are not read further nor retried;
+  // one at the limit is accepted.
+  for (const ScriptedAnswer& large :
+       {ScriptedAnswer{200, std::string(101, ' ')},
+        ScriptedAnswer{200, std::string(101, ' '), {}, milliseconds(1)}}) {
+    LoopbackHttpServer server({large});
+    DashboardConfig small = configFor(server.url(), 2);
+    small.maxAnswerBytes = 100;
+    failure(DashboardClient(small).fetchDashboardData(), DashboardErrorKind::answerTooLarge,
+            "/getUserDashboardData failed: the answer is larger than the limit of 100 bytes "
+            "(maxAnswerBytes)");
+    EXPECT_EQ(server.requests().size(), 1U);
+  }
+  LoopbackHttpServer full({{200, std::string(100, ' ')}});
+  DashboardConfig small = configFor(full.url());
+  small.maxAnswerBytes = 100;
+  EXPECT_EQ(run(DashboardClient(small).uploadSummary(smallGraph())).responseBody.size(), 100U);
 
   LoopbackHttpServer closed({{200, "{}"}});
   const std::string closedUrl = closed.url();
@@ -190,8 +218,10 @@ TEST_F(DashboardClientTest, TransportFailuresAndUndecodableAnswers) {
   failure(client.fetchDashboardData(), DashboardErrorKind::decoding,
           "Dashboard answer to GET " + wrong.url() +
               "/getUserDashboardData does not decode: Key not found: \"totalNodes\"");
+  // The parser's quote of what it last read may cut the token: it is left out.
   failure(client.fetchDashboardData(), DashboardErrorKind::decoding,
-          "does not decode: not JSON: parse error at line 1, column 3");
+          "does not decode: not JSON: parse error at line 1, column 3: syntax error while parsing "
+          "object key - invalid literal; expected string literal");
 }
 
 TEST_F(DashboardClientTest, RefusesBadConfigurationBeforeSendingAnything) {
@@ -201,9 +231,14 @@ TEST_F(DashboardClientTest, RefusesBadConfigurationBeforeSendingAnything) {
   // Refused while parsing the URL: no name lookup, no socket.
   refused(configFor("http://example.com"),
           "Invalid dashboard configuration: HTTPS is required: \"http://example.com\"");
+  // A refused URL is quoted with the token redacted wherever it is.
+  refused(configFor("http://example.com/" + std::string(kToken)),
+          "HTTPS is required: \"http://example.com/[redacted]\" uses clear-text http://");
   const std::string remote = "https://example.com";
   refused({remote, kToken, milliseconds(0), 0, {}}, "the timeout must be positive, found 0 ms");
   refused(configFor(remote, -1), "the retry count must be from 0 to 10, found -1");
+  refused({remote, kToken, milliseconds(5000), 0, {}, 0},
+          "the answer size limit must be positive, found 0 bytes");
   refused({remote, kToken, milliseconds(5000), 0, "/nonexistent/ca.pem"},
           "cannot read the CA file \"/nonexistent/ca.pem\"");
   refused({remote, std::string(kToken) + "\r\nX-Injected: 1", milliseconds(5000), 0, {}},
