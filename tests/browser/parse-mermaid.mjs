@@ -1,9 +1,7 @@
-// Reads a Mermaid flowchart on standard input, parses it with Mermaid's own parser and prints
-// what Mermaid makes of it as JSON: {"nodes": [[id, label as shown], ...], "edges": [[from, to],
-// ...]}. When Mermaid refuses the text, prints its message and exits with status 1.
-//
-// Mermaid cleans label HTML with DOMPurify, which needs a browser's DOM. That cleaning has no
-// part in parsing, so here it leaves texts as they are.
+// Parses the Mermaid flowchart on standard input with Mermaid's own parser and prints its nodes
+// as JSON, {"nodes": [[id, label as shown], ...]}; prints Mermaid's message and exits with 1
+// when Mermaid refuses the text. DOMPurify, which cleans label HTML and has no part in parsing,
+// needs a browser's DOM: here it leaves texts as they are.
 import DOMPurify from 'dompurify';
 import fs from 'node:fs';
 
@@ -23,8 +21,7 @@ const shown = (label) =>
 try {
   const { db } = await mermaid.mermaidAPI.getDiagramFromText(fs.readFileSync(0, 'utf8'));
   const nodes = [...db.getVertices().values()].map((vertex) => [vertex.id, shown(vertex.text)]);
-  const edges = db.getEdges().map((edge) => [edge.start, edge.end]);
-  process.stdout.write(JSON.stringify({ nodes, edges }));
+  process.stdout.write(JSON.stringify({ nodes }));
 } catch (error) {
   process.stdout.write(String(error?.message ?? error));
   process.exitCode = 1;
