@@ -7,17 +7,22 @@
 #include <fmt/format.h>
 #include <httplib.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cstdint>
 #include <memory>
 
-#include "dashboard/detail/RequestDeadline.hpp"
+#include "dashboard/detail/ConnectionBytes.hpp"
+#include "dashboard/detail/RequestWatchdog.hpp"
 #include "tavreldi/dashboard/DashboardError.hpp"
 
 namespace tavreldi::detail {
 namespace {
 
 constexpr std::size_t kExcerptLength = 200;
+// What a connection may receive besides the answer's body: TLS handshake, status line, headers,
+// chunk and record framing.
+constexpr std::uint64_t kFramingAllowance = 64 * 1024;
 
 std::unique_ptr<httplib::ClientImpl> makeClient(const DashboardEndpoint& endpoint,
                                                 const TransportSettings& settings) {
@@ -89,7 +94,13 @@ bool declaresMoreThan(const httplib::Response& response, std::size_t limit) {
 
 HttpAnswer sendHttpRequest(const DashboardEndpoint& endpoint, const TransportSettings& settings,
                            const HttpRequest& request) {
+  // Counts what the connection receives, headers included, which the library reads whole.
+  ConnectionBytes received;
+  const std::uint64_t receiveLimit =
+      std::min<std::uint64_t>(settings.maxAnswerBytes, UINT64_MAX - kFramingAllowance) +
+      kFramingAllowance;
   const auto client = makeClient(endpoint, settings);
+  client->set_socket_options([&received](int socket) { received.follow(socket); });
   // The library limits each step; the watchdog below limits the whole exchange.
   client->set_connection_timeout(settings.timeout);
   client->set_read_timeout(settings.timeout);
@@ -122,13 +133,19 @@ HttpAnswer sendHttpRequest(const DashboardEndpoint& endpoint, const TransportSet
   httplib::Response response;
   httplib::Error error = httplib::Error::Success;
   bool answered = false;
-  bool timedOut = false;
+  RequestWatchdog::Verdict verdict = RequestWatchdog::Verdict::none;
   {
-    const RequestDeadline deadline(std::chrono::steady_clock::now() + settings.timeout,
-                                   [&client] { client->stop(); });
+    const RequestWatchdog watchdog(
+        std::chrono::steady_clock::now() + settings.timeout,
+        [&] { return received.received() > receiveLimit; }, [&client] { client->stop(); });
     answered = client->send(out, response, error);
-    timedOut = deadline.expired();
+    verdict = watchdog.verdict();
   }
+  // A failure after too much was received is the answer's size, also when the library gave up
+  // before the watchdog looked.
+  tooLarge = tooLarge || verdict == RequestWatchdog::Verdict::overLimit ||
+             (!answered && received.received() > receiveLimit);
+  const bool timedOut = verdict == RequestWatchdog::Verdict::timedOut;
   const auto fail = [&](DashboardErrorKind kind, const std::string& what) {
     const std::string message = fmt::format("Dashboard request {} {} failed: {}", request.method,
                                             endpoint.urlFor(request.path), what);

@@ -198,6 +198,12 @@ TEST_F(DashboardClientTest, TransportFailuresAndUndecodableAnswers) {
     small.maxAnswerBytes = 101;
     EXPECT_EQ(run(DashboardClient(small).uploadSummary(smallGraph())).responseBody.size(), 101U);
   }
+  // Headers count as well, with some room for them: the library reads them whole.
+  LoopbackHttpServer padded({{200, "{}", {}, {}, std::size_t{1} << 20U}});
+  DashboardConfig small = configFor(padded.url());
+  small.maxAnswerBytes = 100;
+  failure(DashboardClient(small).fetchDashboardData(), DashboardErrorKind::answerTooLarge,
+          "the answer is larger than the limit of 100 bytes");
 
   LoopbackHttpServer closed({{200, "{}"}});
   const std::string closedUrl = closed.url();

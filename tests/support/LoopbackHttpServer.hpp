@@ -47,6 +47,8 @@ struct ScriptedAnswer {
   /// When set, the body is sent chunked, one byte at a time with this pause before each, until
   /// `release()`.
   std::chrono::milliseconds dripEvery{0};
+  /// When set, a header "X-Padding" of this many characters is sent.
+  std::size_t paddingBytes = 0;
 };
 
 class LoopbackHttpServer {
@@ -125,6 +127,8 @@ class LoopbackHttpServer {
     wake_.wait_for(lock, scripted.delay, [this] { return released_; });
     lock.unlock();
     response.status = scripted.status;
+    if (scripted.paddingBytes > 0)
+      response.set_header("X-Padding", std::string(scripted.paddingBytes, 'a'));
     if (scripted.dripEvery.count() == 0) {
       response.set_content(scripted.body, "application/json");
       return;

@@ -35,8 +35,9 @@ struct TransportSettings {
 
 /// Sends `request` and waits for the answer, whatever its status. Blocks; call it on a worker
 /// thread. Throws DashboardError(transport) when no complete answer arrives within the timeout,
-/// and DashboardError(answerTooLarge) for a body over the limit, which is not read further; the
-/// message names the method and URL and never holds the token.
+/// and DashboardError(answerTooLarge) for a body over the limit, or a connection that receives
+/// more than the limit and 64 KiB, which is not read further; the message names the method and
+/// URL and never holds the token.
 [[nodiscard]] HttpAnswer sendHttpRequest(const DashboardEndpoint& endpoint,
                                          const TransportSettings& settings,
                                          const HttpRequest& request);
