@@ -77,50 +77,66 @@ std::string escapedForm(std::string_view name, std::string_view usual) {
 }  // namespace
 
 DiagramIdentifiers::DiagramIdentifiers(const DependencyGraph& graph, DiagramLanguage language) {
-  // Distinct names in the order they first appear.
-  std::vector<std::string_view> names;
-  names.reserve(graph.nodes.size());
-  const auto add = [&](std::string_view name) {
-    if (identifiers_.try_emplace(name).second) names.push_back(name);
+  // A name that is an identifier as it is, and no keyword, is its own identifier: no other name
+  // can take it, so it needs no bookkeeping (most graphs hold only such names). The other names
+  // are gathered once each, in the order they first appear, and their places filled in last.
+  nodes_.reserve(graph.nodes.size());
+  from_.reserve(graph.edges.size());
+  to_.reserve(graph.edges.size());
+  std::vector<std::pair<std::string_view, std::string*>> others;
+  std::vector<std::pair<std::string_view*, const std::string*>> places;
+  // The last name looked up for each kind of place: edges often come grouped by their source.
+  struct Last {
+    std::string_view name;
+    std::string* entry = nullptr;
   };
-  for (const auto& node : graph.nodes) add(node.id);
+  Last lastNode;
+  Last lastFrom;
+  Last lastTo;
+  const auto place = [&](std::string_view name, std::vector<std::string_view>& slots, Last& last) {
+    if (isIdentifier(name) && !isKeyword(name, language)) {
+      slots.push_back(name);
+      return;
+    }
+    if (last.entry == nullptr || name.data() != last.name.data() ||
+        name.size() != last.name.size()) {
+      if (assigned_.empty()) assigned_.reserve(graph.nodes.size());
+      const auto [entry, added] = assigned_.try_emplace(name);
+      if (added) others.emplace_back(name, &entry->second);
+      last = {name, &entry->second};
+    }
+    places.emplace_back(&slots.emplace_back(), last.entry);
+  };
+  for (const auto& node : graph.nodes) place(node.id, nodes_, lastNode);
   for (const auto& edge : graph.edges) {
-    add(edge.from);
-    add(edge.to);
+    place(edge.from, from_, lastFrom);
+    place(edge.to, to_, lastTo);
   }
+  if (others.empty()) return;
 
-  // Names that are identifiers already keep themselves; then the usual forms go to the first
-  // name that asks; every other name is escaped.
-  std::unordered_set<std::string> taken;
-  std::vector<std::string_view> escaped;
-  std::vector<std::string_view> usual;
-  for (const std::string_view name : names) {
-    std::string form = usualForm(name);
-    if (!isIdentifier(form) || isKeyword(form, language)) {
-      escaped.push_back(name);
-    } else if (form == name) {
-      taken.insert(form);
-      identifiers_[name] = std::move(form);
-    } else {
-      usual.push_back(name);
+  // Usual forms go to the first name that asks, unless a name is that identifier as it is;
+  // then every remaining name is escaped.
+  std::unordered_set<std::string_view> taken;
+  for (const auto* slots : {&nodes_, &from_, &to_}) {
+    for (const std::string_view identifier : *slots) {
+      if (!identifier.empty()) taken.insert(identifier);
     }
   }
-  for (const std::string_view name : usual) {
-    std::string form = usualForm(name);
-    if (taken.insert(form).second) {
-      identifiers_[name] = std::move(form);
-    } else {
-      escaped.push_back(name);
-    }
+  for (const auto& [name, identifier] : others) {
+    *identifier = usualForm(name);
+    const bool claimed = isIdentifier(*identifier) && !isKeyword(*identifier, language) &&
+                         taken.insert(*identifier).second;
+    if (!claimed) identifier->clear();
   }
-  for (const std::string_view name : escaped) {
+  for (const auto& [name, identifier] : others) {
+    if (!identifier->empty()) continue;
     const std::string stem = escapedForm(name, usualForm(name));
-    std::string identifier = stem;
-    for (int n = 2; !taken.insert(identifier).second; ++n) {
-      identifier = fmt::format("{}_{}", stem, n);
+    *identifier = stem;
+    for (int n = 2; !taken.insert(*identifier).second; ++n) {
+      *identifier = fmt::format("{}_{}", stem, n);
     }
-    identifiers_[name] = std::move(identifier);
   }
+  for (const auto& [slot, identifier] : places) *slot = *identifier;
 }
 
 }  // namespace tavreldi::detail

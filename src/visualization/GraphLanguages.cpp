@@ -30,11 +30,12 @@ std::string buildMermaid(const DependencyGraph& graph, Progress* progress) {
   const detail::ProgressSteps steps(progress, graph.nodes.size(), graph.edges.size());
   const detail::DiagramIdentifiers ids(graph, detail::DiagramLanguage::mermaid);
   std::size_t capacity = kMermaidHeader.size();
-  for (const auto& node : graph.nodes) {
-    capacity += kMermaidNodeFixed + 2 * ids.of(node.id).size() + node.id.size() + 2 * kLongestScope;
+  for (std::size_t i = 0; i < graph.nodes.size(); ++i) {
+    capacity +=
+        kMermaidNodeFixed + 2 * ids.node(i).size() + graph.nodes[i].id.size() + 2 * kLongestScope;
   }
-  for (const auto& edge : graph.edges) {
-    capacity += kMermaidEdgeFixed + ids.of(edge.from).size() + ids.of(edge.to).size();
+  for (std::size_t i = 0; i < graph.edges.size(); ++i) {
+    capacity += kMermaidEdgeFixed + ids.from(i).size() + ids.to(i).size();
   }
   std::string out;
   out.reserve(capacity);
@@ -43,7 +44,7 @@ std::string buildMermaid(const DependencyGraph& graph, Progress* progress) {
 
   std::size_t done = 0;
   for (const auto& node : graph.nodes) {
-    const std::string_view id = ids.of(node.id);
+    const std::string_view id = ids.node(done);
     const std::string_view scope = toString(node.scope);
     out += "    ";
     out += id;
@@ -64,9 +65,9 @@ std::string buildMermaid(const DependencyGraph& graph, Progress* progress) {
   done = 0;
   for (const auto& edge : graph.edges) {
     out += "    ";
-    out += ids.of(edge.from);
+    out += ids.from(done);
     out += edge.isCircular ? " -.-> " : " --> ";
-    out += ids.of(edge.to);
+    out += ids.to(done);
     out += '\n';
     steps.edgeDone(++done);
   }
@@ -78,12 +79,12 @@ std::string buildGraphviz(const DependencyGraph& graph, Progress* progress) {
   const detail::ProgressSteps steps(progress, graph.nodes.size(), graph.edges.size());
   const detail::DiagramIdentifiers ids(graph, detail::DiagramLanguage::dot);
   std::size_t capacity = kDotHeader.size() + 3;
-  for (const auto& node : graph.nodes) {
-    capacity += kDotNodeFixed + ids.of(node.id).size() + node.id.size();
+  for (std::size_t i = 0; i < graph.nodes.size(); ++i) {
+    capacity += kDotNodeFixed + ids.node(i).size() + graph.nodes[i].id.size();
   }
-  for (const auto& edge : graph.edges) {
-    capacity += kDotEdgeFixed + ids.of(edge.from).size() + ids.of(edge.to).size() +
-                edge.relationship.size();
+  for (std::size_t i = 0; i < graph.edges.size(); ++i) {
+    capacity +=
+        kDotEdgeFixed + ids.from(i).size() + ids.to(i).size() + graph.edges[i].relationship.size();
   }
   std::string out;
   out.reserve(capacity);
@@ -93,7 +94,7 @@ std::string buildGraphviz(const DependencyGraph& graph, Progress* progress) {
   std::size_t done = 0;
   for (const auto& node : graph.nodes) {
     out += "    ";
-    out += ids.of(node.id);
+    out += ids.node(done);
     out += " [label=\"";
     detail::appendDotString(out, node.id);
     out += "\", fillcolor=\"";
@@ -106,9 +107,9 @@ std::string buildGraphviz(const DependencyGraph& graph, Progress* progress) {
   done = 0;
   for (const auto& edge : graph.edges) {
     out += "    ";
-    out += ids.of(edge.from);
+    out += ids.from(done);
     out += " -> ";
-    out += ids.of(edge.to);
+    out += ids.to(done);
     out += edge.isCircular ? " [style=dashed]" : " [style=solid]";
     if (!edge.relationship.empty()) {
       out += " [label=\"";

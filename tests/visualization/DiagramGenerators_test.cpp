@@ -427,7 +427,7 @@ TEST(DiagramGenerators, AnyNamesGiveValidDiagramsWithOneNodePerService) {
   // A service named like the identifier another one is given.
   DependencyGraph graph;
   graph.nodes = {node("Über", DependencyScope::lazy, 0, false, {})};
-  names.emplace_back(detail::DiagramIdentifiers(graph, detail::DiagramLanguage::dot).of("Über"));
+  names.emplace_back(detail::DiagramIdentifiers(graph, detail::DiagramLanguage::dot).node(0));
   graph.nodes.clear();
   for (std::size_t i = 0; i < names.size(); ++i) {
     graph.nodes.push_back(node(names[i], DependencyScope::singleton, 0, false, {}));

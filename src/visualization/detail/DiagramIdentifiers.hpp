@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <vector>
 
 #include "tavreldi/graph/DependencyGraph.hpp"
 
@@ -21,17 +22,26 @@ enum class DiagramLanguage { mermaid, dot };
 /// name, and one whose usual form another name holds, gets its usual form with every other
 /// character outside [A-Za-z0-9_] as "_", a "_" in front of a leading digit, then "_" and six
 /// hexadecimal digits of a hash of the name (so it does not depend on the other names); should
-/// that still be taken, "_2", "_3", ... follows. Identifiers refer into the object.
+/// that still be taken, "_2", "_3", ... follows. Identifiers refer into the object and the
+/// graph.
 class DiagramIdentifiers {
  public:
-  /// Assigns the identifiers of `graph`, which must outlive the object.
+  /// Assigns the identifiers of `graph`, which must outlive the object and stay unchanged.
   DiagramIdentifiers(const DependencyGraph& graph, DiagramLanguage language);
 
-  /// The identifier of `name`, a node id or edge end of the graph.
-  [[nodiscard]] std::string_view of(std::string_view name) const { return identifiers_.at(name); }
+  /// The identifier of node `i`.
+  [[nodiscard]] std::string_view node(std::size_t i) const { return nodes_[i]; }
+  /// The identifier of the source of edge `i`.
+  [[nodiscard]] std::string_view from(std::size_t i) const { return from_[i]; }
+  /// The identifier of the target of edge `i`.
+  [[nodiscard]] std::string_view to(std::size_t i) const { return to_[i]; }
 
  private:
-  std::unordered_map<std::string_view, std::string> identifiers_;
+  // The identifiers of the names that are not their own, by name.
+  std::unordered_map<std::string_view, std::string> assigned_;
+  std::vector<std::string_view> nodes_;
+  std::vector<std::string_view> from_;
+  std::vector<std::string_view> to_;
 };
 
 }  // namespace tavreldi::detail
