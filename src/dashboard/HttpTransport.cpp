@@ -22,7 +22,7 @@ namespace {
 constexpr std::size_t kExcerptLength = 200;
 // What a connection may receive besides the answer's body: TLS handshake, status line, headers,
 // chunk and record framing.
-constexpr std::uint64_t kFramingAllowance = 64 * 1024;
+constexpr std::uint64_t kFramingAllowance = std::uint64_t{64} << 10U;
 
 std::unique_ptr<httplib::ClientImpl> makeClient(const DashboardEndpoint& endpoint,
                                                 const TransportSettings& settings) {
