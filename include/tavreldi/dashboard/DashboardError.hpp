@@ -25,7 +25,8 @@ enum class DashboardErrorKind {
   httpStatus,
   /// The service answered 2xx, but the body is not the expected JSON document.
   decoding,
-  /// The answer's body is larger than the configured limit; it was not read further.
+  /// The answer's body is larger than the configured limit, or the connection received more
+  /// than that limit and 64 KiB for headers and framing; it was not read further.
   answerTooLarge
 };
 
