@@ -41,6 +41,7 @@ void checkConfig(const DashboardConfig& config) {
   if (config.timeout.count() <= 0) {
     refuse(fmt::format("the timeout must be positive, found {} ms", config.timeout.count()));
   }
+  if (config.maxAnswerBytes == 0) refuse("the answer size limit must be positive, found 0 bytes");
   if (config.retryCount < 0 || config.retryCount > kMaxRetries) {
     refuse(fmt::format("the retry count must be from 0 to {}, found {}", kMaxRetries,
                        config.retryCount));
@@ -62,7 +63,7 @@ struct DashboardClient::State {
   explicit State(DashboardConfig configuration)
       : config(std::move(configuration)),
         endpoint(detail::parseDashboardUrl(config.baseUrl)),
-        transport{config.bearerToken, config.timeout, config.caFile} {}
+        transport{config.bearerToken, config.timeout, config.caFile, config.maxAnswerBytes} {}
 
   // Runs one exchange on the pool and resumes the awaiting coroutine on its own executor.
   // The pool task holds copies only, never the state, so the pool is never joined from
@@ -96,7 +97,7 @@ struct DashboardClient::State {
 
   [[nodiscard]] DashboardError statusError(const detail::HttpRequest& request,
                                            const detail::HttpAnswer& answer) const {
-    const std::string excerpt = detail::bodyExcerpt(answer.body);
+    const std::string excerpt = detail::redactedExcerpt(answer.body, config.bearerToken);
     const std::string message =
         fmt::format("Dashboard request {} {} answered HTTP {}{}{}", request.method,
                     endpoint.urlFor(request.path), answer.status, excerpt.empty() ? "" : ": ",
@@ -119,9 +120,15 @@ struct DashboardClient::State {
       json = nlohmann::json::parse(body);
     } catch (const nlohmann::json::parse_error& error) {
       std::string reason = error.what();
-      // Drop the library's "[json.exception.parse_error.101] " tag; keep the position.
+      // Drop the library's "[json.exception.parse_error.101] " tag; keep the position. Drop the
+      // "; last read: '...'" quote too: it cuts the body anywhere, possibly inside the token.
       if (const auto tagEnd = reason.find("] "); tagEnd != std::string::npos) {
         reason.erase(0, tagEnd + 2);
+      }
+      if (const auto quote = reason.find("; last read: '"); quote != std::string::npos) {
+        const auto end = reason.rfind("'; expected ");
+        reason.erase(quote,
+                     end != std::string::npos && end > quote ? end + 1 - quote : std::string::npos);
       }
       throw decodingError(request, "not JSON: " + reason);
     }
@@ -145,8 +152,14 @@ bool isSuccess(int status) { return status >= 200 && status <= 299; }
 }  // namespace
 
 DashboardClient::DashboardClient(DashboardConfig config) {
-  checkConfig(config);
-  state_ = std::make_shared<State>(std::move(config));
+  // Every refusal passes here, so none shows the token, wherever the setting echoed holds it.
+  const std::optional<std::string> token = config.bearerToken;
+  try {
+    checkConfig(config);
+    state_ = std::make_shared<State>(std::move(config));
+  } catch (const DashboardError& error) {
+    throw DashboardError(error.kind(), detail::redact(error.what(), token));
+  }
 }
 
 const DashboardConfig& DashboardClient::config() const noexcept { return state_->config; }
@@ -182,8 +195,8 @@ asio::awaitable<DashboardData> DashboardClient::fetch(std::shared_ptr<State> sta
     detail::HttpAnswer answer;
     try {
       answer = co_await state->exchange(request);
-    } catch (const DashboardError&) {
-      if (!mayRetry) throw;
+    } catch (const DashboardError& error) {
+      if (!mayRetry || error.kind() != DashboardErrorKind::transport) throw;
       transportFailed = true;
     }
     if (!transportFailed) {

@@ -39,6 +39,17 @@ bool isPathChar(char c) {
   return u > 0x20 && u < 0x7f && c != '\\' && c != '"' && c != '<' && c != '>';
 }
 
+// The URL as refusals quote it: on one line, and cut after a "?" or "#", because a query or
+// fragment is where credentials tend to be put.
+std::string shownUrl(std::string_view url) {
+  const auto cut = url.find_first_of("?#");
+  std::string shown(url.substr(0, cut == std::string_view::npos ? cut : cut + 1));
+  std::replace_if(
+      shown.begin(), shown.end(), [](unsigned char c) { return c < 0x20 || c == 0x7f; }, ' ');
+  if (cut != std::string_view::npos) shown += "...";
+  return shown;
+}
+
 int parsePort(std::string_view text, std::string_view url) {
   int port = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
@@ -57,13 +68,14 @@ bool isLoopbackHost(std::string_view host) noexcept {
 
 DashboardEndpoint parseDashboardUrl(std::string_view url) {
   if (url.empty()) refuse("the base URL is empty");
+  const std::string shown = shownUrl(url);
   const auto schemeEnd = url.find("://");
   if (schemeEnd == std::string_view::npos) {
-    refuse(fmt::format("the base URL \"{}\" must start with https://", url));
+    refuse(fmt::format("the base URL \"{}\" must start with https://", shown));
   }
   const std::string scheme = lowerCase(url.substr(0, schemeEnd));
   if (scheme != "https" && scheme != "http") {
-    refuse(fmt::format("the base URL \"{}\" must start with https://", url));
+    refuse(fmt::format("the base URL \"{}\" must start with https://", shown));
   }
   DashboardEndpoint endpoint;
   endpoint.secure = scheme == "https";
@@ -84,12 +96,12 @@ DashboardEndpoint parseDashboardUrl(std::string_view url) {
     const std::string_view address =
         close == std::string_view::npos ? std::string_view{} : authority.substr(1, close - 1);
     if (address.empty() || !std::all_of(address.begin(), address.end(), isIpv6Char)) {
-      refuse(fmt::format("the base URL \"{}\" has a malformed IPv6 address", url));
+      refuse(fmt::format("the base URL \"{}\" has a malformed IPv6 address", shown));
     }
     endpoint.host = lowerCase(address);
     const std::string_view after = authority.substr(close + 1);
     if (!after.empty()) {
-      if (after.front() != ':') refuse(fmt::format("the base URL \"{}\" is malformed", url));
+      if (after.front() != ':') refuse(fmt::format("the base URL \"{}\" is malformed", shown));
       portText = after.substr(1);
       hasPort = true;
     }
@@ -97,7 +109,7 @@ DashboardEndpoint parseDashboardUrl(std::string_view url) {
     const auto colon = authority.find(':');
     const std::string_view host = authority.substr(0, colon);
     if (host.empty() || !std::all_of(host.begin(), host.end(), isHostNameChar)) {
-      refuse(fmt::format("the base URL \"{}\" has no valid host name", url));
+      refuse(fmt::format("the base URL \"{}\" has no valid host name", shown));
     }
     endpoint.host = lowerCase(host);
     if (colon != std::string_view::npos) {
@@ -105,13 +117,13 @@ DashboardEndpoint parseDashboardUrl(std::string_view url) {
       hasPort = true;
     }
   }
-  if (hasPort) endpoint.port = parsePort(portText, url);
+  if (hasPort) endpoint.port = parsePort(portText, shown);
 
   if (path.find_first_of("?#") != std::string_view::npos) {
-    refuse(fmt::format("the base URL \"{}\" must not have a query or fragment", url));
+    refuse(fmt::format("the base URL \"{}\" must not have a query or fragment", shown));
   }
   if (!std::all_of(path.begin(), path.end(), isPathChar)) {
-    refuse(fmt::format("the base URL \"{}\" has characters not allowed in a path", url));
+    refuse(fmt::format("the base URL \"{}\" has characters not allowed in a path", shown));
   }
   std::string_view basePath = path;
   while (!basePath.empty() && basePath.back() == '/') basePath.remove_suffix(1);
@@ -121,7 +133,7 @@ DashboardEndpoint parseDashboardUrl(std::string_view url) {
     refuse(
         fmt::format("HTTPS is required: \"{}\" uses clear-text http://, which is allowed only for "
                     "localhost, 127.0.0.1 and [::1]",
-                    url));
+                    shown));
   }
 
   const bool ipv6 = endpoint.host.find(':') != std::string::npos;

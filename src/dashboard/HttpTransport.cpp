@@ -7,14 +7,22 @@
 #include <fmt/format.h>
 #include <httplib.h>
 
+#include <algorithm>
+#include <charconv>
+#include <cstdint>
 #include <memory>
 
+#include "dashboard/detail/ConnectionBytes.hpp"
+#include "dashboard/detail/RequestWatchdog.hpp"
 #include "tavreldi/dashboard/DashboardError.hpp"
 
 namespace tavreldi::detail {
 namespace {
 
 constexpr std::size_t kExcerptLength = 200;
+// What a connection may receive besides the answer's body: TLS handshake, status line, headers,
+// chunk and record framing.
+constexpr std::uint64_t kFramingAllowance = std::uint64_t{64} << 10U;
 
 std::unique_ptr<httplib::ClientImpl> makeClient(const DashboardEndpoint& endpoint,
                                                 const TransportSettings& settings) {
@@ -47,8 +55,21 @@ std::string describe(httplib::Error error) {
   }
 }
 
+// What went wrong when no complete answer arrived, in words; the library's own error name
+// follows in parentheses. A request that ran out of time says so, and in which phase.
 std::string failureText(const httplib::ClientImpl& client, bool secure, httplib::Error error,
-                        std::chrono::milliseconds elapsed, std::chrono::milliseconds timeout) {
+                        bool timedOut, std::chrono::milliseconds timeout) {
+  if (timedOut) {
+    const char* phase = "while reading the answer";
+    if (error == httplib::Error::Connection || error == httplib::Error::ConnectionTimeout) {
+      phase = "while connecting";
+    } else if (error == httplib::Error::SSLConnection) {
+      phase = "during the TLS handshake";
+    } else if (error == httplib::Error::Write) {
+      phase = "while sending";
+    }
+    return fmt::format("the request timed out after {} ms {}", timeout.count(), phase);
+  }
   std::string text = describe(error);
   if (secure && error == httplib::Error::SSLServerVerification) {
     const long verifyResult =
@@ -57,45 +78,90 @@ std::string failureText(const httplib::ClientImpl& client, bool secure, httplib:
                 ? fmt::format(": {}", X509_verify_cert_error_string(verifyResult))
                 : std::string(": it does not match the host name");
   }
-  text += fmt::format(" ({})", httplib::to_string(error));
-  const bool mayBeTimeout = error == httplib::Error::Read || error == httplib::Error::Write ||
-                            error == httplib::Error::Connection ||
-                            error == httplib::Error::ConnectionTimeout ||
-                            error == httplib::Error::SSLConnection;
-  if (mayBeTimeout && elapsed >= timeout) {
-    text += fmt::format(", timed out after {} ms", timeout.count());
-  }
-  return text;
+  return text + fmt::format(" ({})", httplib::to_string(error));
+}
+
+// The answer's declared length exceeds `limit`.
+bool declaresMoreThan(const httplib::Response& response, std::size_t limit) {
+  const std::string declared = response.get_header_value("Content-Length");
+  std::uint64_t length = 0;
+  const auto [end, error] =
+      std::from_chars(declared.data(), declared.data() + declared.size(), length);
+  return error == std::errc{} && end == declared.data() + declared.size() && length > limit;
 }
 
 }  // namespace
 
 HttpAnswer sendHttpRequest(const DashboardEndpoint& endpoint, const TransportSettings& settings,
                            const HttpRequest& request) {
+  // Counts what the connection receives, headers included, which the library reads whole.
+  ConnectionBytes received;
+  const std::uint64_t receiveLimit =
+      std::min<std::uint64_t>(settings.maxAnswerBytes, UINT64_MAX - kFramingAllowance) +
+      kFramingAllowance;
   const auto client = makeClient(endpoint, settings);
+  client->set_socket_options([&received](int socket) { received.follow(socket); });
+  // The library limits each step; the watchdog below limits the whole exchange.
   client->set_connection_timeout(settings.timeout);
   client->set_read_timeout(settings.timeout);
   client->set_write_timeout(settings.timeout);
   client->set_keep_alive(false);
   client->set_follow_location(false);
 
-  httplib::Headers headers{{"Accept", "application/json"}, {"User-Agent", "TavrelDI-Dashboard"}};
-  if (settings.bearerToken) headers.emplace("Authorization", "Bearer " + *settings.bearerToken);
-
-  const std::string path = endpoint.pathFor(request.path);
-  const auto started = std::chrono::steady_clock::now();
-  const httplib::Result result = request.method == "POST"
-                                     ? client->Post(path, headers, request.body, "application/json")
-                                     : client->Get(path, headers);
-  if (!result) {
-    const auto elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(
-        std::chrono::steady_clock::now() - started);
-    const std::string message = fmt::format(
-        "Dashboard request {} {} failed: {}", request.method, endpoint.urlFor(request.path),
-        failureText(*client, endpoint.secure, result.error(), elapsed, settings.timeout));
-    throw DashboardError(DashboardErrorKind::transport, redact(message, settings.bearerToken));
+  httplib::Request out;
+  out.method = request.method;
+  out.path = endpoint.pathFor(request.path);
+  out.headers = {{"Accept", "application/json"}, {"User-Agent", "TavrelDI-Dashboard"}};
+  if (settings.bearerToken) out.headers.emplace("Authorization", "Bearer " + *settings.bearerToken);
+  if (!request.body.empty()) {
+    out.body = request.body;
+    out.headers.emplace("Content-Type", "application/json");
   }
-  return HttpAnswer{result->status, result->body};
+  // The body is kept here, up to the limit; reading stops at the first byte over it.
+  HttpAnswer answer;
+  bool tooLarge = false;
+  out.response_handler = [&](const httplib::Response& response) {
+    tooLarge = declaresMoreThan(response, settings.maxAnswerBytes);
+    return !tooLarge;
+  };
+  out.content_receiver = [&](const char* data, std::size_t length, std::uint64_t, std::uint64_t) {
+    tooLarge = length > settings.maxAnswerBytes - answer.body.size();
+    if (!tooLarge) answer.body.append(data, length);
+    return !tooLarge;
+  };
+
+  httplib::Response response;
+  httplib::Error error = httplib::Error::Success;
+  bool answered = false;
+  RequestWatchdog::Verdict verdict = RequestWatchdog::Verdict::none;
+  {
+    const RequestWatchdog watchdog(
+        std::chrono::steady_clock::now() + settings.timeout,
+        [&] { return received.received() > receiveLimit; }, [&client] { client->stop(); });
+    answered = client->send(out, response, error);
+    verdict = watchdog.verdict();
+  }
+  // A failure after too much was received is the answer's size, also when the library gave up
+  // before the watchdog looked.
+  tooLarge = tooLarge || verdict == RequestWatchdog::Verdict::overLimit ||
+             (!answered && received.received() > receiveLimit);
+  const bool timedOut = verdict == RequestWatchdog::Verdict::timedOut;
+  const auto fail = [&](DashboardErrorKind kind, const std::string& what) {
+    const std::string message = fmt::format("Dashboard request {} {} failed: {}", request.method,
+                                            endpoint.urlFor(request.path), what);
+    return DashboardError(kind, redact(message, settings.bearerToken));
+  };
+  if (tooLarge) {
+    throw fail(DashboardErrorKind::answerTooLarge,
+               fmt::format("the answer is larger than the limit of {} bytes (maxAnswerBytes)",
+                           settings.maxAnswerBytes));
+  }
+  if (!answered || timedOut) {
+    throw fail(DashboardErrorKind::transport,
+               failureText(*client, endpoint.secure, error, timedOut, settings.timeout));
+  }
+  answer.status = response.status;
+  return answer;
 }
 
 std::string redact(std::string text, const std::optional<std::string>& secret) {
@@ -106,6 +172,10 @@ std::string redact(std::string text, const std::optional<std::string>& secret) {
     text.replace(at, secret->size(), replacement);
   }
   return text;
+}
+
+std::string redactedExcerpt(std::string_view body, const std::optional<std::string>& secret) {
+  return bodyExcerpt(redact(std::string(body), secret));
 }
 
 std::string bodyExcerpt(std::string_view body) {

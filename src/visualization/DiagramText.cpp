@@ -1,5 +1,6 @@
 #include "visualization/detail/DiagramText.hpp"
 
+#include <algorithm>
 #include <array>
 
 namespace tavreldi::detail {
@@ -12,10 +13,6 @@ static_assert(kScopeColors.size() == EnumTraits<DependencyScope>::rawValues.size
 
 constexpr bool isContinuation(char c) noexcept {
   return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U;
-}
-
-constexpr bool isIdentifierCharacter(char c) noexcept {
-  return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '_';
 }
 
 }  // namespace
@@ -41,47 +38,114 @@ std::size_t utf8SequenceLength(std::string_view text, std::size_t index) noexcep
   return length;
 }
 
-void appendSafeIdentifier(std::string& out, std::string_view id) {
-  // " ", "-" and "." become "_" like every other character a diagram identifier cannot hold;
-  // a multi-byte character becomes a single "_".
-  if (id.empty() || (id.front() >= '0' && id.front() <= '9')) out += '_';
-  for (std::size_t i = 0; i < id.size();) {
-    const std::size_t length = utf8SequenceLength(id, i);
-    out += length == 1 && isIdentifierCharacter(id[i]) ? id[i] : '_';
-    i += length;
+namespace {
+
+// Appends `text` for a label: a character that `escape` gives a text for as that text, an
+// ASCII control character as its visible picture (U+2400 to U+2421), a byte that starts no
+// well-formed UTF-8 sequence as U+FFFD, and every other character as it is.
+template <class Escape>
+void appendLabel(std::string& out, std::string_view text, Escape escape) {
+  for (std::size_t i = 0; i < text.size();) {
+    const auto c = static_cast<unsigned char>(text[i]);
+    if (c >= 0x80) {
+      const std::size_t length = wellFormedLength(text, i);
+      out.append(length == 0 ? std::string_view("\xEF\xBF\xBD") : text.substr(i, length));
+      i += std::max<std::size_t>(length, 1);
+      continue;
+    }
+    if (c < 0x20 || c == 0x7F) {
+      out += "\xE2\x90";
+      out += static_cast<char>(c == 0x7F ? 0xA1 : 0x80 + c);
+    } else if (const std::string_view escaped = escape(text[i]); !escaped.empty()) {
+      out += escaped;
+    } else {
+      out += static_cast<char>(c);
+    }
+    ++i;
   }
 }
 
-std::string safeIdentifier(std::string_view id) {
-  std::string out;
-  out.reserve(id.size() + 1);
-  appendSafeIdentifier(out, id);
-  return out;
+}  // namespace
+
+std::size_t wellFormedLength(std::string_view text, std::size_t i) noexcept {
+  const auto byte = [&](std::size_t k) {
+    return i + k < text.size() ? static_cast<unsigned char>(text[i + k]) : 0U;
+  };
+  const unsigned lead = byte(0);
+  const auto within = [](unsigned b, unsigned low, unsigned high) { return b >= low && b <= high; };
+  std::size_t length = 0;
+  unsigned low = 0x80;  // range of the second byte
+  unsigned high = 0xBF;
+  if (within(lead, 0xC2, 0xDF)) {
+    length = 2;
+  } else if (within(lead, 0xE0, 0xEF)) {
+    length = 3;
+    if (lead == 0xE0) low = 0xA0;   // no overlong forms
+    if (lead == 0xED) high = 0x9F;  // no surrogates
+  } else if (within(lead, 0xF0, 0xF4)) {
+    length = 4;
+    if (lead == 0xF0) low = 0x90;
+    if (lead == 0xF4) high = 0x8F;  // nothing past U+10FFFF
+  } else {
+    return 0;
+  }
+  if (!within(byte(1), low, high)) return 0;
+  for (std::size_t k = 2; k < length; ++k) {
+    if (!within(byte(k), 0x80, 0xBF)) return 0;
+  }
+  return length;
 }
 
 void appendMermaidLabel(std::string& out, std::string_view text) {
-  for (const char c : text) {
+  // Mermaid refuses an empty quoted label, and shows a blank one as empty.
+  if (text.empty()) {
+    out += ' ';
+    return;
+  }
+  // A colon is written as an entity only where it could take part in an icon ("fa:fa-car")
+  // or, next to other entities, in what Mermaid takes for a style statement.
+  const bool colons = text.find_first_of("\"<>#&`\\%") != std::string_view::npos ||
+                      text.find("fa-") != std::string_view::npos;
+  appendLabel(out, text, [colons](char c) -> std::string_view {
     switch (c) {
       case '"':
-        out += "#quot;";
-        break;
+        return "#quot;";
       case '<':
-        out += "#lt;";
-        break;
+        return "#lt;";
       case '>':
-        out += "#gt;";
-        break;
+        return "#gt;";
+      case '&':
+        return "#amp;";
+      case '#':
+        return "#35;";
+      case '%':
+        return "#37;";
+      case '\\':
+        return "#92;";
+      case '`':
+        return "#96;";
+      case ':':
+        return colons ? "#58;" : "";
       default:
-        out += c;
+        return "";
     }
-  }
+  });
 }
 
 void appendDotString(std::string& out, std::string_view text) {
-  for (const char c : text) {
-    if (c == '"' || c == '\\') out += '\\';
-    out += c;
-  }
+  // Graphviz reads entities in labels, so "&" is one too.
+  appendLabel(out, text, [](char c) -> std::string_view {
+    switch (c) {
+      case '"':
+        return "\\\"";
+      case '\\':
+        return "\\\\";
+      case '&':
+        return "&amp;";
+      default:
+        return "";
+    }
+  });
 }
 
 void appendCell(std::string& out, std::string_view text, std::size_t width) {

@@ -8,6 +8,7 @@
 
 #include "tavreldi/visualization/DiagramGenerators.hpp"
 #include "tavreldi/visualization/VisualizationModel.hpp"
+#include "visualization/detail/DiagramIdentifiers.hpp"
 #include "visualization/detail/DiagramText.hpp"
 
 namespace tavreldi {
@@ -27,12 +28,14 @@ constexpr std::size_t kLongestScope = 9;
 
 std::string buildMermaid(const DependencyGraph& graph, Progress* progress) {
   const detail::ProgressSteps steps(progress, graph.nodes.size(), graph.edges.size());
+  const detail::DiagramIdentifiers ids(graph, detail::DiagramLanguage::mermaid);
   std::size_t capacity = kMermaidHeader.size();
-  for (const auto& node : graph.nodes) {
-    capacity += kMermaidNodeFixed + 3 * node.id.size() + 2 * kLongestScope;
+  for (std::size_t i = 0; i < graph.nodes.size(); ++i) {
+    capacity +=
+        kMermaidNodeFixed + 2 * ids.node(i).size() + graph.nodes[i].id.size() + 2 * kLongestScope;
   }
-  for (const auto& edge : graph.edges) {
-    capacity += kMermaidEdgeFixed + edge.from.size() + edge.to.size();
+  for (std::size_t i = 0; i < graph.edges.size(); ++i) {
+    capacity += kMermaidEdgeFixed + ids.from(i).size() + ids.to(i).size();
   }
   std::string out;
   out.reserve(capacity);
@@ -41,7 +44,7 @@ std::string buildMermaid(const DependencyGraph& graph, Progress* progress) {
 
   std::size_t done = 0;
   for (const auto& node : graph.nodes) {
-    const std::string id = detail::safeIdentifier(node.id);
+    const std::string_view id = ids.node(done);
     const std::string_view scope = toString(node.scope);
     out += "    ";
     out += id;
@@ -62,9 +65,9 @@ std::string buildMermaid(const DependencyGraph& graph, Progress* progress) {
   done = 0;
   for (const auto& edge : graph.edges) {
     out += "    ";
-    detail::appendSafeIdentifier(out, edge.from);
+    out += ids.from(done);
     out += edge.isCircular ? " -.-> " : " --> ";
-    detail::appendSafeIdentifier(out, edge.to);
+    out += ids.to(done);
     out += '\n';
     steps.edgeDone(++done);
   }
@@ -74,10 +77,14 @@ std::string buildMermaid(const DependencyGraph& graph, Progress* progress) {
 
 std::string buildGraphviz(const DependencyGraph& graph, Progress* progress) {
   const detail::ProgressSteps steps(progress, graph.nodes.size(), graph.edges.size());
+  const detail::DiagramIdentifiers ids(graph, detail::DiagramLanguage::dot);
   std::size_t capacity = kDotHeader.size() + 3;
-  for (const auto& node : graph.nodes) capacity += kDotNodeFixed + 2 * node.id.size();
-  for (const auto& edge : graph.edges) {
-    capacity += kDotEdgeFixed + edge.from.size() + edge.to.size() + edge.relationship.size();
+  for (std::size_t i = 0; i < graph.nodes.size(); ++i) {
+    capacity += kDotNodeFixed + ids.node(i).size() + graph.nodes[i].id.size();
+  }
+  for (std::size_t i = 0; i < graph.edges.size(); ++i) {
+    capacity +=
+        kDotEdgeFixed + ids.from(i).size() + ids.to(i).size() + graph.edges[i].relationship.size();
   }
   std::string out;
   out.reserve(capacity);
@@ -87,7 +94,7 @@ std::string buildGraphviz(const DependencyGraph& graph, Progress* progress) {
   std::size_t done = 0;
   for (const auto& node : graph.nodes) {
     out += "    ";
-    detail::appendSafeIdentifier(out, node.id);
+    out += ids.node(done);
     out += " [label=\"";
     detail::appendDotString(out, node.id);
     out += "\", fillcolor=\"";
@@ -100,9 +107,9 @@ std::string buildGraphviz(const DependencyGraph& graph, Progress* progress) {
   done = 0;
   for (const auto& edge : graph.edges) {
     out += "    ";
-    detail::appendSafeIdentifier(out, edge.from);
+    out += ids.from(done);
     out += " -> ";
-    detail::appendSafeIdentifier(out, edge.to);
+    out += ids.to(done);
     out += edge.isCircular ? " [style=dashed]" : " [style=solid]";
     if (!edge.relationship.empty()) {
       out += " [label=\"";
@@ -123,36 +130,6 @@ std::string buildGraphviz(const DependencyGraph& graph, Progress* progress) {
 
 struct InvalidUtf8 {};
 
-// Length of the well-formed UTF-8 sequence at `text[i]` (lead byte 0x80 or above), or 0.
-[[nodiscard]] std::size_t wellFormedLength(std::string_view text, std::size_t i) noexcept {
-  const auto byte = [&](std::size_t k) {
-    return i + k < text.size() ? static_cast<unsigned char>(text[i + k]) : 0U;
-  };
-  const unsigned lead = byte(0);
-  const auto within = [](unsigned b, unsigned low, unsigned high) { return b >= low && b <= high; };
-  std::size_t length = 0;
-  unsigned low = 0x80;  // range of the second byte
-  unsigned high = 0xBF;
-  if (within(lead, 0xC2, 0xDF)) {
-    length = 2;
-  } else if (within(lead, 0xE0, 0xEF)) {
-    length = 3;
-    if (lead == 0xE0) low = 0xA0;   // no overlong forms
-    if (lead == 0xED) high = 0x9F;  // no surrogates
-  } else if (within(lead, 0xF0, 0xF4)) {
-    length = 4;
-    if (lead == 0xF0) low = 0x90;
-    if (lead == 0xF4) high = 0x8F;  // nothing past U+10FFFF
-  } else {
-    return 0;
-  }
-  if (!within(byte(1), low, high)) return 0;
-  for (std::size_t k = 2; k < length; ++k) {
-    if (!within(byte(k), 0x80, 0xBF)) return 0;
-  }
-  return length;
-}
-
 // Appends `text` as a JSON string: quotes, backslashes and control characters escaped, every
 // other character as it is; throws InvalidUtf8 when the text is not UTF-8.
 void appendJsonString(std::string& out, std::string_view text) {
@@ -161,7 +138,7 @@ void appendJsonString(std::string& out, std::string_view text) {
   for (std::size_t i = 0; i < text.size();) {
     const auto c = static_cast<unsigned char>(text[i]);
     if (c >= 0x80) {
-      const std::size_t length = wellFormedLength(text, i);
+      const std::size_t length = detail::wellFormedLength(text, i);
       if (length == 0) throw InvalidUtf8{};
       out.append(text.substr(i, length));
       i += length;

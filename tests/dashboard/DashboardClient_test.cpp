@@ -153,8 +153,13 @@ TEST_F(DashboardClientTest, StatusFailuresCarryStatusAndBodyStartAndRetryOnlyRea
       DashboardErrorKind::httpStatus,
       "Dashboard request GET " + missing.url() + "/getUserDashboardData answered HTTP 404: ", 404);
   // The excerpt is the body's first 200 characters, with the token redacted.
-  EXPECT_EQ(text.substr(text.find(": ") + 2), "[redacted] " + std::string(200 - 17, 'x') + "...");
+  EXPECT_EQ(text.substr(text.find(": ") + 2), "[redacted] " + std::string(200 - 11, 'x') + "...");
   EXPECT_EQ(missing.requests().size(), 1U);  // 4xx is not retried
+  // Nor is any fragment of a token shown that straddles the excerpt's end.
+  LoopbackHttpServer cut({{404, std::string(190, 'x') + kToken + std::string(50, 'y')}});
+  failure(DashboardClient(configFor(cut.url())).fetchDashboardData(),
+          DashboardErrorKind::httpStatus,
+          "answered HTTP 404: " + std::string(190, 'x') + "[redacted]...", 404);
 
   LoopbackHttpServer flaky({{500, "busy"}, {200, kDataJson}});
   EXPECT_EQ(run(DashboardClient(configFor(flaky.url(), 1)).fetchDashboardData()).totalNodes, 2);
@@ -167,13 +172,38 @@ TEST_F(DashboardClientTest, StatusFailuresCarryStatusAndBodyStartAndRetryOnlyRea
 }
 
 TEST_F(DashboardClientTest, TransportFailuresAndUndecodableAnswers) {
-  LoopbackHttpServer slow({{200, kDataJson, milliseconds(10'000)}});
-  DashboardConfig impatient = configFor(slow.url());
-  impatient.timeout = milliseconds(200);
-  failure(DashboardClient(impatient).fetchDashboardData(), DashboardErrorKind::transport,
-          "/getUserDashboardData failed: no complete answer could be read (Read), timed out "
-          "after 200 ms");
-  slow.stop();
+  // One time limit for the whole request: an answer that is late, or that drips in a byte at a
+  // time with each read well within the limit, fails alike.
+  for (const ScriptedAnswer& late : {ScriptedAnswer{200, kDataJson, milliseconds(10'000)},
+                                     ScriptedAnswer{200, kDataJson, {}, milliseconds(50)}}) {
+    LoopbackHttpServer slow({late});
+    DashboardConfig impatient = configFor(slow.url());
+    impatient.timeout = milliseconds(200);
+    failure(DashboardClient(impatient).fetchDashboardData(), DashboardErrorKind::transport,
+            "/getUserDashboardData failed: the request timed out after 200 ms while reading the "
+            "answer");
+    slow.stop();
+  }
+
+  // Answers over the size limit, declared or sent chunked, are neither read further nor retried;
+  // one at the limit is accepted.
+  for (const milliseconds dripEvery : {milliseconds(0), milliseconds(1)}) {
+    LoopbackHttpServer server({{200, std::string(101, ' '), {}, dripEvery}});
+    DashboardConfig small = configFor(server.url(), 2);
+    small.maxAnswerBytes = 100;
+    failure(DashboardClient(small).fetchDashboardData(), DashboardErrorKind::answerTooLarge,
+            "/getUserDashboardData failed: the answer is larger than the limit of 100 bytes "
+            "(maxAnswerBytes)");
+    EXPECT_EQ(server.requests().size(), 1U);
+    small.maxAnswerBytes = 101;
+    EXPECT_EQ(run(DashboardClient(small).uploadSummary(smallGraph())).responseBody.size(), 101U);
+  }
+  // Headers count as well, with some room for them: the library reads them whole.
+  LoopbackHttpServer padded({{200, "{}", {}, {}, std::size_t{1} << 20U}});
+  DashboardConfig small = configFor(padded.url());
+  small.maxAnswerBytes = 100;
+  failure(DashboardClient(small).fetchDashboardData(), DashboardErrorKind::answerTooLarge,
+          "the answer is larger than the limit of 100 bytes");
 
   LoopbackHttpServer closed({{200, "{}"}});
   const std::string closedUrl = closed.url();
@@ -190,8 +220,10 @@ TEST_F(DashboardClientTest, TransportFailuresAndUndecodableAnswers) {
   failure(client.fetchDashboardData(), DashboardErrorKind::decoding,
           "Dashboard answer to GET " + wrong.url() +
               "/getUserDashboardData does not decode: Key not found: \"totalNodes\"");
+  // The parser's quote of what it last read may cut the token: it is left out.
   failure(client.fetchDashboardData(), DashboardErrorKind::decoding,
-          "does not decode: not JSON: parse error at line 1, column 3");
+          "does not decode: not JSON: parse error at line 1, column 3: syntax error while parsing "
+          "object key - invalid literal; expected string literal");
 }
 
 TEST_F(DashboardClientTest, RefusesBadConfigurationBeforeSendingAnything) {
@@ -201,9 +233,14 @@ TEST_F(DashboardClientTest, RefusesBadConfigurationBeforeSendingAnything) {
   // Refused while parsing the URL: no name lookup, no socket.
   refused(configFor("http://example.com"),
           "Invalid dashboard configuration: HTTPS is required: \"http://example.com\"");
+  // A refused URL is quoted with the token redacted wherever it is.
+  refused(configFor("http://example.com/" + std::string(kToken)),
+          "HTTPS is required: \"http://example.com/[redacted]\" uses clear-text http://");
   const std::string remote = "https://example.com";
   refused({remote, kToken, milliseconds(0), 0, {}}, "the timeout must be positive, found 0 ms");
   refused(configFor(remote, -1), "the retry count must be from 0 to 10, found -1");
+  refused({remote, kToken, milliseconds(5000), 0, {}, 0},
+          "the answer size limit must be positive, found 0 bytes");
   refused({remote, kToken, milliseconds(5000), 0, "/nonexistent/ca.pem"},
           "cannot read the CA file \"/nonexistent/ca.pem\"");
   refused({remote, std::string(kToken) + "\r\nX-Injected: 1", milliseconds(5000), 0, {}},

@@ -82,9 +82,6 @@ TEST(DashboardSummary, TakesTheIdentifyingFieldsAndFiguresOfTheGraph) {
   missing["analysis"].erase("cacheEfficiency");
   EXPECT_EQ(decodingError<DashboardSummary>(missing),
             "Invalid value for key \"analysis\": Key not found: \"cacheEfficiency\"");
-  auto badType = expected;
-  badType["edges"][0]["relationshipType"] = "dataflow";
-  EXPECT_THROW((void)badType.get<DashboardSummary>(), DecodingError);
 }
 
 TEST(DashboardData, HasAStrictJsonForm) {
@@ -135,8 +132,8 @@ TEST(DashboardEndpoint, ParsesTheBaseUrlAndRefusesUnsafeOrMalformedOnes) {
       {"ftp://example.com", "the base URL \"ftp://example.com\" must start with https://"},
       {"https://example.com:0",
        "the port of the base URL \"https://example.com:0\" must be a number from 1 to 65535"},
-      {"https://example.com/a?b=c",
-       "the base URL \"https://example.com/a?b=c\" must not have a query or fragment"},
+      {"https://example.com/a?key=secret",  // quoted without the query, where secrets go
+       "the base URL \"https://example.com/a?...\" must not have a query or fragment"},
       {"https://:443/", "the base URL \"https://:443/\" has no valid host name"}};
   for (const auto& [url, message] : refusals) {
     try {
@@ -155,8 +152,7 @@ TEST(DashboardText, ExcerptsBodiesAndRedactsTheToken) {
   // 199 ASCII characters then a two-byte "é" and more: the "é" is the 200th character, whole.
   EXPECT_EQ(detail::bodyExcerpt(std::string(199, 'a') + "\xC3\xA9xyz"),
             std::string(199, 'a') + "\xC3\xA9...");
-  EXPECT_EQ(detail::redact("Bearer tok tok!", std::string("tok")), "Bearer [redacted] [redacted]!");
-  EXPECT_EQ(detail::redact("no token", std::nullopt), "no token");
+  EXPECT_EQ(detail::redactedExcerpt("no token", std::nullopt), "no token");
 }
 
 }  // namespace

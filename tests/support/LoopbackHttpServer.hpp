@@ -44,6 +44,11 @@ struct ScriptedAnswer {
   std::string body;
   /// Wait this long before answering, unless `release()` is called first.
   std::chrono::milliseconds delay{0};
+  /// When set, the body is sent chunked, one byte at a time with this pause before each, until
+  /// `release()`.
+  std::chrono::milliseconds dripEvery{0};
+  /// When set, a header "X-Padding" of this many characters is sent.
+  std::size_t paddingBytes = 0;
 };
 
 class LoopbackHttpServer {
@@ -122,7 +127,23 @@ class LoopbackHttpServer {
     wake_.wait_for(lock, scripted.delay, [this] { return released_; });
     lock.unlock();
     response.status = scripted.status;
-    response.set_content(scripted.body, "application/json");
+    if (scripted.paddingBytes > 0)
+      response.set_header("X-Padding", std::string(scripted.paddingBytes, 'a'));
+    if (scripted.dripEvery.count() == 0) {
+      response.set_content(scripted.body, "application/json");
+      return;
+    }
+    response.set_chunked_content_provider(
+        "application/json", [this, scripted](std::size_t offset, httplib::DataSink& sink) {
+          std::unique_lock dripLock(mutex_);
+          // Ends early once released, and when the client has gone.
+          if (offset == scripted.body.size() ||
+              wake_.wait_for(dripLock, scripted.dripEvery, [this] { return released_; })) {
+            sink.done();
+            return true;
+          }
+          return sink.write(scripted.body.data() + offset, 1);
+        });
   }
 
   const std::vector<ScriptedAnswer> answers_;

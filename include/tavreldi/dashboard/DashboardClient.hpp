@@ -5,6 +5,7 @@
 
 #include <asio/awaitable.hpp>
 #include <chrono>
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
@@ -23,15 +24,22 @@ struct DashboardConfig {
   /// required, except for `http://` to localhost, 127.0.0.1 and [::1]. No user information,
   /// query or fragment.
   std::string baseUrl;
-  /// Sent as `Authorization: Bearer <token>` when present; never printed nor put into an error.
+  /// Sent as `Authorization: Bearer <token>` when present; never printed nor put into an error,
+  /// not even in part.
   std::optional<std::string> bearerToken;
-  /// Limit for connecting and for each read or write of a request; must be positive.
+  /// Time limit for each request as a whole: connecting, sending and reading the whole answer.
+  /// Must be positive.
   std::chrono::milliseconds timeout{10'000};
   /// How often `fetchDashboardData` tries again after a transport failure or a 5xx answer,
   /// from 0 to 10. Uploads are never repeated.
   int retryCount = 2;
   /// A PEM file of certificate authorities to trust instead of the system's.
   std::optional<std::string> caFile;
+  /// The default of `maxAnswerBytes`: 16 MiB.
+  static constexpr std::size_t kDefaultMaxAnswerBytes = std::size_t{16} << 20U;
+  /// The largest answer body accepted, in bytes; must be positive. Reading stops at the first
+  /// byte over it.
+  std::size_t maxAnswerBytes = kDefaultMaxAnswerBytes;
 };
 
 /// The service's answer to an accepted upload.
@@ -57,13 +65,14 @@ class DashboardClient {
  public:
   /// Makes a client for `config`. Sends nothing. Throws `DashboardError` of kind
   /// `invalidConfiguration` for a malformed URL, clear-text HTTP to a host other than
-  /// localhost, 127.0.0.1 or [::1], a timeout that is not positive, a retry count outside 0 to
-  /// 10, a CA file that cannot be read, or a token that is empty or holds a line break.
+  /// localhost, 127.0.0.1 or [::1], a timeout or answer size limit that is not positive, a
+  /// retry count outside 0 to 10, a CA file that cannot be read, or a token that is empty or
+  /// holds a line break. The message shows a refused URL without its query or fragment.
   explicit DashboardClient(DashboardConfig config);
 
   /// Sends the summary of `graph`, stamped with the current time, as JSON. The summary is
   /// made at once, so `graph` need not outlive the call. Sent once, never repeated: throws
-  /// `DashboardError` of kind `transport` or `httpStatus` when it fails.
+  /// `DashboardError` of kind `transport`, `httpStatus` or `answerTooLarge` when it fails.
   [[nodiscard]] asio::awaitable<DashboardUploadResult> uploadSummary(
       const DependencyGraph& graph) const;
 
@@ -74,8 +83,8 @@ class DashboardClient {
   /// Reads the dashboard data. After a transport failure or a 5xx answer it tries again up to
   /// `retryCount` times, waiting 100 ms before the first retry and twice as long before each
   /// next one (at most 2 s). Throws `DashboardError` of kind `transport` or `httpStatus` for
-  /// the last failure, or `decoding` (naming the key or position) for an answer that is not a
-  /// `DashboardData` document.
+  /// the last failure, `answerTooLarge` (not retried), or `decoding` (naming the key or
+  /// position) for an answer that is not a `DashboardData` document.
   [[nodiscard]] asio::awaitable<DashboardData> fetchDashboardData() const;
 
   /// The configuration in use.

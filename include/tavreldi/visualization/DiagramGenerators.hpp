@@ -17,16 +17,18 @@ namespace tavreldi {
 /// Stateless diagram generators: every function is a pure function of its arguments and may be
 /// called from any thread. No generator fails; every graph yields text.
 ///
-/// Node and edge identifiers in Mermaid and DOT are made from a node's id by replacing every
-/// " ", "-" and "." by "_", then every other character outside [A-Za-z0-9_] by "_" (one "_" per
-/// UTF-8 code point), with a "_" put in front when the result would start with a digit (or be
-/// empty). Labels keep the id itself, escaped only where the language needs it: in DOT `"` and
-/// `\` are preceded by a backslash; in Mermaid `"`, `<` and `>` are written `#quot;`, `#lt;` and
-/// `#gt;`. Names made of letters, digits, "_", " ", "-" and "." therefore come out unchanged,
-/// while names such as `Repository<User>` or `Cache<Key, Value>` still give a valid diagram.
-/// Known limitations: two different ids that map to the same identifier (for instance "A.B" and
-/// "A-B") are drawn as one node; ids equal to a keyword of the language (DOT `node`, `edge`,
-/// `graph`, `digraph`, `subgraph`, `strict` in any case; Mermaid `end`) are not renamed.
+/// Mermaid and DOT name each service by an identifier, one per distinct name in the diagram:
+/// the name with every " ", "-" and "." replaced by "_" when that is a valid identifier
+/// ([A-Za-z_][A-Za-z0-9_]*) and no keyword of the language (so `My.Service-A` is
+/// `My_Service_A`). Any other name (`Repository<User>`, `Über`, `graph`, an empty name), and
+/// one whose identifier another name already is (`A.B` beside `A_B`), gets that form with its
+/// other characters as "_" followed by "_" and six hexadecimal digits of a hash of the name;
+/// should that be taken too, by "_2", "_3", and so on. Distinct services thus stay distinct
+/// nodes. Labels show the name itself, escaped as the language needs: in DOT `"` and `\` after
+/// a backslash and `&` as `&amp;`; in Mermaid `"`, `<`, `>`, `&`, `#`, `%`, `\` and `` ` `` as
+/// entities (`#quot;`, `#lt;`, `#gt;`, `#amp;`, `#35;`, `#37;`, `#92;`, `#96;`), and `:` too
+/// (`#58;`) in a label that holds one of these or "fa-". In both, control characters show as
+/// their pictures (U+2400 to U+2421) and bytes that are not UTF-8 as U+FFFD.
 class DiagramGenerators {
  public:
   DiagramGenerators() = delete;

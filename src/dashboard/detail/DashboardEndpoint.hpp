@@ -27,7 +27,8 @@ struct DashboardEndpoint {
 };
 
 /// Parses `url`; throws DashboardError(invalidConfiguration) for anything but an
-/// https:// URL or an http:// URL to localhost, 127.0.0.1 or [::1].
+/// https:// URL or an http:// URL to localhost, 127.0.0.1 or [::1]. The message quotes the URL
+/// on one line and cut after its first "?" or "#", followed by "...".
 [[nodiscard]] DashboardEndpoint parseDashboardUrl(std::string_view url);
 
 /// True for the host names clear-text HTTP may be used with.

@@ -1,7 +1,7 @@
 #pragma once
 
-// Text helpers shared by the diagram generators: scope colours, identifiers and labels for
-// Mermaid and DOT, UTF-8 aware cells, and progress steps.
+// Text helpers shared by the diagram generators: scope colours, labels for Mermaid and DOT,
+// UTF-8 aware cells, and progress steps.
 
 #include <cstddef>
 #include <cstdint>
@@ -20,14 +20,17 @@ namespace tavreldi::detail {
 /// a well-formed sequence counts as one character on its own.
 [[nodiscard]] std::size_t utf8SequenceLength(std::string_view text, std::size_t index) noexcept;
 
-/// Appends the Mermaid/DOT identifier made from `id` (see `DiagramGenerators`).
-void appendSafeIdentifier(std::string& out, std::string_view id);
-/// The identifier `appendSafeIdentifier` writes.
-[[nodiscard]] std::string safeIdentifier(std::string_view id);
+/// Length of the well-formed UTF-8 sequence at `text[i]` (lead byte 0x80 or above), or 0.
+[[nodiscard]] std::size_t wellFormedLength(std::string_view text, std::size_t i) noexcept;
 
-/// Appends `text` for use inside a double-quoted Mermaid label.
+/// Appends `text` for use inside a double-quoted Mermaid label, so that Mermaid shows it as it
+/// is: `"`, `<`, `>`, `&`, `#`, `%`, `\`, `` ` `` (and `:` in a label with any of these or
+/// with "fa-") as entities; ASCII control characters as their pictures (U+2400 to U+2421); a
+/// byte that is not UTF-8 as U+FFFD; an empty text as a blank, which Mermaid shows as empty.
 void appendMermaidLabel(std::string& out, std::string_view text);
-/// Appends `text` for use inside a double-quoted DOT string.
+/// Appends `text` for use inside a double-quoted DOT string, so that Graphviz shows it as it
+/// is: `"` and `\` after a backslash, `&` as `&amp;`; control characters and bytes that are
+/// not UTF-8 as for Mermaid.
 void appendDotString(std::string& out, std::string_view text);
 
 /// Appends exactly `width` characters (code points): `text` cut to its first `width`
