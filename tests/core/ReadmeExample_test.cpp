@@ -18,7 +18,7 @@ std::string readFile(const std::string& path) {
 
 TEST(ReadmeExample, RunsAndIsShownVerbatim) {
   tavreldi::LineRecorder quiet;
-  EXPECT_EQ(quickstart(), "Greeter");
+  EXPECT_EQ(quickstart(), "Greeter -> Logger");
   const auto example = readFile(TAVRELDI_SOURCE_DIR "/docs/examples/quickstart.cpp");
   const auto readme = readFile(TAVRELDI_SOURCE_DIR "/README.md");
   ASSERT_FALSE(example.empty());
