@@ -68,6 +68,20 @@ AnyInstance* scopedCacheEntry(ContainerState& s, const Slot& slot) {
   return it == scope->end() ? nullptr : &it->second;
 }
 
+// The scopes that share the singleton cache, whose resolutions print their steps.
+bool usesSingletonCache(DependencyScope scope) noexcept {
+  return scope == DependencyScope::singleton || scope == DependencyScope::container ||
+         scope == DependencyScope::custom;
+}
+
+// The instance cached for `slot` under `scope`, if any; transient has no cache.
+AnyInstance* cachedInstance(ContainerState& s, Slot& slot, DependencyScope scope) {
+  if (usesSingletonCache(scope)) return &slot.singleton;
+  if (scope == DependencyScope::scoped) return scopedCacheEntry(s, slot);
+  if (scope == DependencyScope::lazy) return &slot.lazy;
+  return nullptr;
+}
+
 void countHit(const ContainerState& s, Slot& slot) noexcept {
   if (s.config.enablePerformanceMetrics()) detail::incrementCounter(slot.cacheHits);
 }
@@ -87,18 +101,9 @@ void countHit(const ContainerState& s, Slot& slot) noexcept {
 // Where a resolution of `slot` caches its instance; transient has no cache.
 std::optional<CreationKey> creationKey(const Slot& slot, DependencyScope scope,
                                        const std::string& scopeId) {
-  switch (scope) {
-    case DependencyScope::singleton:
-    case DependencyScope::container:
-    case DependencyScope::custom:
-      return CreationKey{&slot, DependencyScope::singleton, {}};
-    case DependencyScope::lazy:
-      return CreationKey{&slot, DependencyScope::lazy, {}};
-    case DependencyScope::scoped:
-      return CreationKey{&slot, DependencyScope::scoped, scopeId};
-    case DependencyScope::transient:
-      break;
-  }
+  if (usesSingletonCache(scope)) return CreationKey{&slot, DependencyScope::singleton, {}};
+  if (scope == DependencyScope::scoped) return CreationKey{&slot, scope, scopeId};
+  if (scope == DependencyScope::lazy) return CreationKey{&slot, scope, {}};
   return std::nullopt;
 }
 
@@ -200,26 +205,9 @@ asio::awaitable<AnyInstance> resolveOnHome(AdvancedDIContainerImpl& self, const 
 
   AnyInstance instance;
   try {
-    // The instance cached for this scope, if any.
-    AnyInstance* cache = nullptr;
-    bool singletonFamily = false;  // the scopes of the singleton cache, which print their steps
-    switch (scope) {
-      case DependencyScope::singleton:
-      case DependencyScope::container:
-      case DependencyScope::custom:
-        printLine("🔄 resolveSingleton called for: ", n);
-        cache = &slot.singleton;
-        singletonFamily = true;
-        break;
-      case DependencyScope::scoped:
-        cache = scopedCacheEntry(s, slot);
-        break;
-      case DependencyScope::lazy:
-        cache = &slot.lazy;
-        break;
-      case DependencyScope::transient:
-        break;
-    }
+    const bool singletonFamily = usesSingletonCache(scope);
+    if (singletonFamily) printLine("🔄 resolveSingleton called for: ", n);
+    AnyInstance* cache = cachedInstance(s, slot, scope);
     bool served = caching && cache != nullptr && matches(*cache, key);
     if (served) {
       instance = *cache;
@@ -356,22 +344,7 @@ AnyInstance resolveSyncWithin(ContainerState& s, const ServiceKey& key,
   if (!slot.metadata) throw DependencyResolutionError::notRegistered(slot.name);
 
   if (s.config.enableCaching()) {
-    const AnyInstance* cached = nullptr;
-    switch (slot.metadata->scope) {
-      case DependencyScope::singleton:
-      case DependencyScope::container:
-      case DependencyScope::custom:
-        cached = &slot.singleton;
-        break;
-      case DependencyScope::scoped:
-        cached = scopedCacheEntry(s, slot);
-        break;
-      case DependencyScope::lazy:
-        cached = &slot.lazy;
-        break;
-      case DependencyScope::transient:
-        break;
-    }
+    const AnyInstance* cached = cachedInstance(s, slot, slot.metadata->scope);
     if (cached != nullptr && matches(*cached, &key)) {
       countHit(s, slot);
       return *cached;
