@@ -150,16 +150,15 @@ after(async () => {
 });
 
 test('the sample app page draws one node per registration', async () => {
-  assert.equal(sampleData.nodes.length, 7);
-  assert.equal(await samplePage.locator('#nodes g.node').count(), 7);
+  assert.equal(sampleData.nodes.length, 10);
+  assert.equal(await samplePage.locator('#nodes g.node').count(), 10);
   assert.equal(await samplePage.locator('#edges path.edge').count(), sampleData.edges.length);
   assert.equal(await samplePage.title(), 'TavrelDI sample app');
   // View models sit above use cases, use cases above repositories, and so on down to layer 0.
   const top = async (id) => (await nodeNamed(samplePage, id).boundingBox()).y;
   assert.ok(await top('UserViewModel') < await top('LoadUserUseCase'));
   assert.ok(await top('LoadUserUseCase') < await top('UserRepository'));
-  assert.ok(await top('UserRepository') < await top('UserAPIService'));
-  assert.ok(await top('UserAPIService') < await top('Logger'));
+  assert.ok(await top('UserRepository') < await top('HttpClient'));
 });
 
 test('clicking a node shows its details, dependencies and dependents', async () => {
@@ -168,31 +167,33 @@ test('clicking a node shows its details, dependencies and dependents', async () 
   await details.locator('h2', { hasText: 'UserRepository' }).waitFor();
   assert.equal(await samplePage.locator('#screen-details').isVisible(), true);
   const text = await details.innerText();
-  for (const part of ['scoped', 'Repository', 'Dependencies (1)', 'UserAPIService', 'Dependents (1)',
+  for (const part of ['scoped', 'Repository', 'Dependencies (2)', 'HttpClient', 'Dependents (1)',
     'LoadUserUseCase', 'Sample figures (generated)', 'Measured by the container', 'Resolution count']) {
     assert.ok(text.includes(part), `details lack "${part}":\n${text}`);
   }
-  assert.deepEqual(await details.locator('.dependencies li').allInnerTexts(), ['UserAPIService']);
+  // Declared dependencies count: Logger was cached when UserRepository was made, so only its
+  // declaration gives that edge.
+  assert.deepEqual(await details.locator('.dependencies li').allInnerTexts(), ['HttpClient', 'Logger']);
   assert.deepEqual(await details.locator('.dependents li').allInnerTexts(), ['LoadUserUseCase']);
   const measured = sampleData.measured.UserRepository;
   assert.ok(text.includes('Cache hits\t' + measured.cacheHits), text);
-  await details.getByRole('button', { name: 'UserAPIService' }).click();
-  await details.locator('h2', { hasText: 'UserAPIService' }).waitFor();
-  assert.deepEqual(await details.locator('.dependencies li').allInnerTexts(), ['Logger']);
+  await details.getByRole('button', { name: 'HttpClient' }).click();
+  await details.locator('h2', { hasText: 'HttpClient' }).waitFor();
+  assert.deepEqual(await details.locator('.dependencies li').allInnerTexts(), ['Config', 'Logger']);
   await details.getByRole('button', { name: 'Show in graph' }).click();
   assert.equal(await samplePage.locator('#screen-graph').isVisible(), true);
-  assert.equal(await nodeNamed(samplePage, 'UserAPIService').evaluate((g) => g.classList.contains('selected')), true);
+  assert.equal(await nodeNamed(samplePage, 'HttpClient').evaluate((g) => g.classList.contains('selected')), true);
 });
 
 test('the search box highlights matches and hides the rest', async () => {
   await samplePage.click('#tabs button[data-screen=graph]');
   await samplePage.fill('#search', 'user');
   const expected = sampleData.nodes.filter((n) => n.id.toLowerCase().includes('user')).length;
-  assert.equal(expected, 4);
+  assert.equal(expected, 3);
   assert.equal(await visibleNodes(samplePage), expected);
   assert.equal(await samplePage.locator('#nodes g.node.match').count(), expected);
   assert.equal(await nodeNamed(samplePage, 'Logger').isVisible(), false);
-  assert.equal(await samplePage.locator('#search-count').innerText(), `${expected} of 7 services match`);
+  assert.equal(await samplePage.locator('#search-count').innerText(), `${expected} of 10 services match`);
   // Enter zooms to the matches: every match is then inside the drawing area.
   await samplePage.press('#search', 'Enter');
   const area = await samplePage.locator('#graph').boundingBox();
@@ -201,7 +202,7 @@ test('the search box highlights matches and hides the rest', async () => {
       box.y + box.height <= area.y + area.height, JSON.stringify({ box, area }));
   }
   await samplePage.fill('#search', '');
-  assert.equal(await visibleNodes(samplePage), 7);
+  assert.equal(await visibleNodes(samplePage), 10);
   assert.equal(await samplePage.locator('#nodes g.node.match').count(), 0);
 });
 

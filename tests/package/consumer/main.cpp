@@ -6,5 +6,5 @@ std::string quickstart();  // docs/examples/quickstart.cpp
 int main() {
   const std::string observed = quickstart();
   std::printf("observed: %s\n", observed.c_str());
-  return observed == "Greeter" ? 0 : 1;
+  return observed == "Greeter -> Logger" ? 0 : 1;
 }
