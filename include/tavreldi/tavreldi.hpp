@@ -22,6 +22,7 @@
 #include "tavreldi/dashboard/DashboardError.hpp"
 #include "tavreldi/dashboard/DashboardSummary.hpp"
 #include "tavreldi/graph/CircularDependencyAnalysis.hpp"
+#include "tavreldi/graph/CriticalPaths.hpp"
 #include "tavreldi/graph/DependencyEdge.hpp"
 #include "tavreldi/graph/DependencyGraph.hpp"
 #include "tavreldi/graph/DependencyNode.hpp"
