@@ -94,11 +94,12 @@ std::string bytes(double count) {
 }
 
 constexpr const char* kLimitsHelp =
-    "Limits (docs/limits.md): the file must be a regular file of at most --max-input bytes\n"
-    "(sizes take K, M, G: 1K = 1024), and its parsed JSON may take at most five bytes of\n"
-    "memory per byte of it; render refuses a text longer than --max-output. Critical paths\n"
-    "through dense cycles are searched within a step budget; the report says when it ran\n"
-    "out. Bad input exits with status 2 and one line on standard error.";
+    "Limits (see docs/limits.md): the file must be a regular file of at most --max-input\n"
+    "bytes (sizes take K, M, G: 1K = 1024), and decoding it may hold at most six bytes of\n"
+    "memory per byte of it (at least 64M); render refuses a text longer than --max-output\n"
+    "(an html page leaves out each diagram that would be). Critical paths through dense\n"
+    "cycles are searched within a step budget; the report says when it was reached. Bad\n"
+    "input exits with status 2 and one line on standard error.";
 
 void addInputLimit(CLI::App& command, std::uint64_t& maxInput) {
   command
