@@ -93,8 +93,10 @@ class LongestPaths {
         continue;
       }
       info.cyclic = true;
-      info.stepsPerSearch =
-          budget.stepsPerSearch * (1 + leaving / static_cast<std::int64_t>(members.size()));
+      const std::int64_t share = 1 + leaving / static_cast<std::int64_t>(members.size());
+      info.stepsPerSearch = budget.stepsPerSearch > std::numeric_limits<std::int64_t>::max() / share
+                                ? std::numeric_limits<std::int64_t>::max()
+                                : budget.stepsPerSearch * share;
       for (const std::uint32_t v : members) {
         const std::int64_t allowed = std::min(info.stepsPerSearch, stepsLeft_);
         const SearchResult result = search(v, allowed);

@@ -9,6 +9,7 @@
 #include <limits>
 #include <memory>
 #include <new>
+#include <nlohmann/json.hpp>
 #include <string_view>
 
 #include "GraphFile.hpp"
@@ -55,20 +56,27 @@ std::string renderText(const DependencyGraph& graph, const RenderOptions& option
   const std::size_t limit = static_cast<std::size_t>(
       std::min<std::uint64_t>(options.maxOutput, std::numeric_limits<std::size_t>::max()));
   if (options.type == "html") {
+    const auto tooLarge = [&] {
+      return InputError(fmt::format(
+          "{}: the html page is larger than the output limit of {} bytes (--max-output)",
+          options.file, limit));
+    };
+    // The page holds every node and edge in JSON: when those alone pass the limit, the page
+    // is not made (its data would take several times their size in memory first).
+    std::uint64_t embedded = 0;
+    for (const auto& node : graph.nodes) embedded += nlohmann::json(node).dump().size();
+    for (const auto& edge : graph.edges) embedded += nlohmann::json(edge).dump().size();
+    if (embedded > limit) throw tooLarge();
     const GraphExtras extras = computeExtras(graph);
     tavreldi::ViewerOptions viewer;
     viewer.title = "TavrelDI graph: " + std::filesystem::path(options.file).filename().string();
     viewer.criticalPaths = extras.criticalPaths;
     viewer.clusters = extras.clusters;
     viewer.treeMaxDepth = options.maxDepth;
-    viewer.diagramLimit = limit;
+    // Eight diagrams share what the nodes and edges leave of the limit.
+    viewer.diagramLimit = (limit - embedded) / 8;
     std::string page = tavreldi::renderViewerPage(graph, graph.analysis, viewer);
-    if (page.size() > limit) {
-      throw InputError(
-          fmt::format("{}: the html page is larger than the output limit of {} "
-                      "bytes (--max-output)",
-                      options.file, limit));
-    }
+    if (page.size() > limit) throw tooLarge();
     return page;
   }
   const auto type = tavreldi::fromString<VisualizationType>(options.type);
