@@ -235,6 +235,7 @@ TEST_F(CliTest, BadInputIsNamedAndExitsWithStatusTwo) {
                  graphFile + ": " + std::to_string(fs::file_size(graphFile)) +
                      " bytes, more than the input limit of 1024 bytes (--max-input)");
   EXPECT_EQ(run({"report", graphFile, "--max-input", "1M"}).status, 0);
+  expectRejected({"report", graphFile, "--max-input", "-1"}, "--max-input: must not be negative");
 
   expectRejected({"render", graphFile, "--type", "pie"}, "pie not in");
   expectRejected({"render", graphFile}, "--type is required");

@@ -107,13 +107,22 @@ constexpr const char* kLimitsHelp =
     "memory per byte of it (at least 64M); render refuses a text longer than --max-output\n"
     "(an html page leaves out each diagram that would be). Critical paths through dense\n"
     "cycles are searched within a step budget; the report says when it was reached. Bad\n"
-    "input exits with status 2 and one line on standard error.";
+    "input exits with status 2 and one line on standard error.\n";
+
+CLI::Validator nonNegative() {
+  return CLI::Validator(
+      [](const std::string& text) {
+        return text.starts_with('-') ? std::string("must not be negative") : std::string();
+      },
+      "NONNEGATIVE");
+}
 
 void addInputLimit(CLI::App& command, std::uint64_t& maxInput) {
   command
       .add_option("--max-input", maxInput,
                   "Refuse a graph file larger than this, before reading it (default 256M)")
-      ->transform(CLI::AsSizeValue(false));
+      ->transform(CLI::AsSizeValue(false))
+      ->transform(nonNegative());  // a transform runs before those added earlier
 }
 
 }  // namespace
@@ -269,18 +278,15 @@ void addGraphCommands(CLI::App& app) {
       ->check(CLI::IsMember(renderTypes()));
   renderCommand->add_option("--max-depth", render->maxDepth, "Depth limit of the tree diagram")
       ->capture_default_str()
-      ->check(CLI::Validator(
-          [](const std::string& text) {
-            return text.starts_with('-') ? std::string("must not be negative") : std::string();
-          },
-          "NONNEGATIVE"));
+      ->check(nonNegative());
   renderCommand->add_option("--output", render->output,
                             "Write to this file instead of standard output");
   addInputLimit(*renderCommand, render->maxInput);
   renderCommand
       ->add_option("--max-output", render->maxOutput,
                    "Refuse to write a diagram or page longer than this (default 64M)")
-      ->transform(CLI::AsSizeValue(false));
+      ->transform(CLI::AsSizeValue(false))
+      ->transform(nonNegative());  // a transform runs before those added earlier
   renderCommand->footer(kLimitsHelp);
   renderCommand->callback([render] {
     if (const int status = runRender(*render); status != 0) throw CLI::RuntimeError(status);
