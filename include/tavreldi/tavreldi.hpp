@@ -40,6 +40,7 @@
 #include "tavreldi/telemetry/DefaultDICrashlyticsProvider.hpp"
 #include "tavreldi/visualization/DependencyVisualizer.hpp"
 #include "tavreldi/visualization/DiagramGenerators.hpp"
+#include "tavreldi/visualization/DiagramTooLargeError.hpp"
 #include "tavreldi/visualization/Progress.hpp"
 #include "tavreldi/visualization/ViewerPage.hpp"
 #include "tavreldi/visualization/VisualizationModel.hpp"
