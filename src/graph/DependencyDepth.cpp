@@ -24,6 +24,12 @@
 //
 // The reach sets take about n * n / 16 bytes for n names; past the caller's budget, the depth is
 // found by searches alone, from the roots with the largest upper bounds down.
+//
+// Each search walks up to all the names and edges its root reaches, and in the worst case (a
+// large strongly connected component of shallow depth, such as a hub with spokes both ways)
+// every root must be searched: time n * (n + e). The searches therefore share a budget of
+// edges looked at; once it is spent, the greatest depth found so far is the result (never more
+// than the exact one, and equal to it wherever the budget suffices).
 
 #include <algorithm>
 #include <bit>
@@ -198,8 +204,9 @@ class VisitedSet {
 class DepthSearch {
  public:
   DepthSearch(const ObservedGraph& graph, const StrongComponents& components, const Layout& layout,
-              const ReachSets* reach)
-      : graph_(graph),
+              const ReachSets* reach, std::int64_t steps)
+      : stepsLeft_(steps),
+        graph_(graph),
         components_(components),
         layout_(layout),
         reach_(reach),
@@ -229,6 +236,7 @@ class DepthSearch {
         frames_.pop_back();
         continue;
       }
+      if (stepsLeft_-- <= 0) return best;  // the budget is spent: the best so far
       const std::uint32_t w = graph_.targets[next++];
       if (visited_.contains(layout_.position[w])) continue;
       const auto level = static_cast<std::int64_t>(frames_.size());
@@ -279,8 +287,11 @@ class DepthSearch {
   // not among them. Only when that cannot be told is the search run.
   void settle(std::uint32_t vertex) {
     if (reach_ != nullptr && settledFromDependencies(vertex)) return;
-    depth_[vertex] = run(vertex, 0, deepest_[vertex]);
+    const std::int64_t depth = run(vertex, 0, deepest_[vertex]);
+    if (!exhausted()) depth_[vertex] = depth;  // a cut search's depth is no depth to reuse
   }
+
+  [[nodiscard]] bool exhausted() const noexcept { return stepsLeft_ < 0; }
 
   [[nodiscard]] std::int64_t known(std::uint32_t vertex) const noexcept { return depth_[vertex]; }
 
@@ -320,6 +331,7 @@ class DepthSearch {
     return true;
   }
 
+  std::int64_t stepsLeft_;
   const ObservedGraph& graph_;
   const StrongComponents& components_;
   const Layout& layout_;
@@ -332,7 +344,8 @@ class DepthSearch {
 
 }  // namespace
 
-std::int64_t maxDependencyDepth(const ObservedGraph& graph, std::size_t reachBudget) {
+std::int64_t maxDependencyDepth(const ObservedGraph& graph, std::size_t reachBudget,
+                                std::int64_t stepBudget) {
   if (graph.roots.empty()) return 0;
   const StrongComponents components(graph.offsets, graph.targets);
   const Layout layout(graph, components);
@@ -342,7 +355,7 @@ std::int64_t maxDependencyDepth(const ObservedGraph& graph, std::size_t reachBud
   if (ReachSets::wordCount(layout) <= reachBudget / sizeof(std::uint64_t)) {
     reach.emplace(graph, components, layout);
   }
-  DepthSearch search(graph, components, layout, reach ? &*reach : nullptr);
+  DepthSearch search(graph, components, layout, reach ? &*reach : nullptr, stepBudget);
   std::int64_t best = 0;
   std::vector<std::uint32_t> candidates;
   if (reach) {
@@ -386,7 +399,7 @@ std::int64_t maxDependencyDepth(const ObservedGraph& graph, std::size_t reachBud
   std::stable_sort(candidates.begin(), candidates.end(),
                    [&](std::uint32_t a, std::uint32_t b) { return bound[a] > bound[b]; });
   for (const std::uint32_t root : candidates) {
-    if (best >= bound[root]) break;
+    if (best >= bound[root] || search.exhausted()) break;
     std::uint32_t deepest = root;
     best = search.run(root, best, deepest);
   }

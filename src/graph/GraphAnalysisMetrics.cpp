@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <limits>
 #include <map>
-#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -18,12 +17,11 @@
 #include "core/detail/HomeThread.hpp"
 #include "graph/detail/GraphBuilding.hpp"
 #include "tavreldi/core/AdvancedDIContainerImpl.hpp"
+#include "tavreldi/graph/CriticalPaths.hpp"
 
 namespace tavreldi {
 
 namespace {
-
-constexpr std::uint32_t kNone = std::numeric_limits<std::uint32_t>::max();
 
 [[nodiscard]] std::int64_t countCircularEdges(const std::vector<DependencyEdge>& edges) {
   return std::count_if(edges.begin(), edges.end(),
@@ -80,136 +78,6 @@ struct ResolutionTotals {
   }
   return "#95a5a6";
 }
-
-// Longest paths over the edges of a graph. The longest path from n with the names already on
-// the path excluded is [n] when n is excluded; otherwise [n] followed by the first longest of
-// its successors' paths (successors in edge order), with n excluded as well.
-//
-// A name whose reachable part holds no cycle can never meet an excluded name (that would close
-// a cycle through it), so its path does not depend on the exclusions: those are computed once,
-// sinks first. Only names that reach a cycle are searched with the exclusions, exhaustively,
-// and that search takes the computed paths as soon as it steps onto such a name.
-class LongestPaths {
- public:
-  LongestPaths(const std::vector<DependencyNode>& nodes, const std::vector<DependencyEdge>& edges) {
-    for (const DependencyNode& node : nodes) vertexOf(node.id);
-    std::vector<std::pair<std::uint32_t, std::uint32_t>> arcs;
-    arcs.reserve(edges.size());
-    for (const DependencyEdge& edge : edges) {
-      arcs.emplace_back(vertexOf(edge.from), vertexOf(edge.to));
-    }
-    const auto n = static_cast<std::uint32_t>(names_.size());
-    offsets_.assign(n + 1, 0);
-    for (const auto& arc : arcs) ++offsets_[arc.first + 1];
-    for (std::uint32_t v = 0; v < n; ++v) offsets_[v + 1] += offsets_[v];
-    targets_.resize(arcs.size());
-    std::vector<std::uint32_t> fill(offsets_.begin(), offsets_.end() - 1);
-    for (const auto& arc : arcs) targets_[fill[arc.first]++] = arc.second;
-
-    length_.assign(n, 0);
-    next_.assign(n, kNone);
-    acyclic_.assign(n, 0);
-    onPath_.assign(n, 0);
-    const detail::StrongComponents components(offsets_, targets_);
-    for (std::uint32_t c = 0; c < components.count(); ++c) {
-      if (components.start[c + 1] - components.start[c] != 1) continue;
-      const std::uint32_t v = components.members[components.start[c]];
-      bool acyclic = true;
-      std::int64_t best = 0;
-      std::uint32_t bestNext = kNone;
-      for (const std::uint32_t s : successors(v)) {
-        if (s == v || !acyclic_[s]) {
-          acyclic = false;
-          break;
-        }
-        if (length_[s] > best) {
-          best = length_[s];
-          bestNext = s;
-        }
-      }
-      if (!acyclic) continue;
-      acyclic_[v] = 1;
-      length_[v] = best + 1;
-      next_[v] = bestNext;
-    }
-  }
-
-  // A path: the names of `reversedPrefix` read backwards, then the computed path of `tail`.
-  struct Path {
-    std::vector<std::uint32_t> reversedPrefix;
-    std::uint32_t tail = kNone;
-    std::int64_t length = 0;
-  };
-
-  [[nodiscard]] Path from(std::string_view name) {
-    const std::uint32_t root = vertices_.at(name);
-    if (acyclic_[root]) return Path{{}, root, length_[root]};
-    struct Frame {
-      std::uint32_t vertex;
-      std::uint32_t next;
-      Path best;
-    };
-    std::vector<Frame> frames;
-    const auto enter = [&](std::uint32_t v) {
-      onPath_[v] = 1;
-      frames.push_back(Frame{v, offsets_[v], {}});
-    };
-    const auto offer = [](Frame& frame, Path&& candidate) {
-      if (candidate.length > frame.best.length) frame.best = std::move(candidate);
-    };
-    enter(root);
-    while (true) {
-      Frame& frame = frames.back();
-      if (frame.next < offsets_[frame.vertex + 1]) {
-        const std::uint32_t s = targets_[frame.next++];
-        if (acyclic_[s]) {
-          offer(frame, Path{{}, s, length_[s]});
-        } else if (onPath_[s]) {
-          offer(frame, Path{{s}, kNone, 1});
-        } else {
-          enter(s);
-        }
-        continue;
-      }
-      Path result = std::move(frame.best);
-      result.reversedPrefix.push_back(frame.vertex);
-      ++result.length;
-      onPath_[frame.vertex] = 0;
-      frames.pop_back();
-      if (frames.empty()) return result;
-      offer(frames.back(), std::move(result));
-    }
-  }
-
-  [[nodiscard]] std::vector<std::string> names(const Path& path) const {
-    std::vector<std::string> out;
-    out.reserve(static_cast<std::size_t>(path.length));
-    for (auto it = path.reversedPrefix.rbegin(); it != path.reversedPrefix.rend(); ++it) {
-      out.emplace_back(names_[*it]);
-    }
-    for (std::uint32_t v = path.tail; v != kNone; v = next_[v]) out.emplace_back(names_[v]);
-    return out;
-  }
-
- private:
-  std::uint32_t vertexOf(std::string_view name) {
-    const auto [it, added] = vertices_.try_emplace(name, static_cast<std::uint32_t>(names_.size()));
-    if (added) names_.push_back(name);
-    return it->second;
-  }
-  [[nodiscard]] std::span<const std::uint32_t> successors(std::uint32_t v) const {
-    return {targets_.data() + offsets_[v], targets_.data() + offsets_[v + 1]};
-  }
-
-  std::unordered_map<std::string_view, std::uint32_t> vertices_;
-  std::vector<std::string_view> names_;
-  std::vector<std::uint32_t> offsets_;
-  std::vector<std::uint32_t> targets_;
-  std::vector<std::int64_t> length_;  // computed path length of an acyclic-reach name
-  std::vector<std::uint32_t> next_;   // its second name, or kNone
-  std::vector<char> acyclic_;
-  std::vector<char> onPath_;
-};
 
 // Sizes and counts the scores are made of.
 struct GraphCounts {
@@ -401,26 +269,7 @@ std::vector<NodeCluster> AdvancedDIContainerImpl::createNodeClusters(
 std::vector<CriticalPath> AdvancedDIContainerImpl::createCriticalPaths(
     const std::vector<DependencyNode>& nodes, const std::vector<DependencyEdge>& edges) const {
   state_->requireHomeThread("createCriticalPaths");
-  LongestPaths paths(nodes, edges);
-  std::vector<LongestPaths::Path> kept;
-  for (const DependencyNode& node : nodes) {
-    LongestPaths::Path path = paths.from(node.id);
-    if (path.length >= 4) kept.push_back(std::move(path));
-  }
-  // Longest first; equal lengths keep node order.
-  std::stable_sort(
-      kept.begin(), kept.end(),
-      [](const LongestPaths::Path& a, const LongestPaths::Path& b) { return a.length > b.length; });
-  std::vector<CriticalPath> result;
-  for (std::size_t i = 0; i < kept.size() && i < 5; ++i) {
-    result.push_back(CriticalPath{"critical_path_" + std::to_string(i),
-                                  "Critical Path " + std::to_string(i + 1),
-                                  paths.names(kept[i]),
-                                  kept[i].length,
-                                  PerformanceImpact::high,
-                                  {{"type", "dependency_chain"}}});
-  }
-  return result;
+  return findCriticalPaths(nodes, edges).paths;
 }
 
 std::vector<Recommendation> AdvancedDIContainerImpl::createRecommendations(

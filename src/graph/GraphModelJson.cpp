@@ -25,8 +25,14 @@ void to_json(nlohmann::json& json, const Point& point) {
 
 void from_json(const nlohmann::json& json, Point& point) {
   if (!json.is_array() || json.size() != 2 || !json[0].is_number() || !json[1].is_number()) {
+    // Only a size and kinds: the value itself may be arbitrarily large or deeply nested.
+    const std::string found =
+        !json.is_array() ? std::string(json.type_name())
+        : json.size() != 2
+            ? "an array of " + std::to_string(json.size()) + " values"
+            : std::string("an array of ") + json[0].type_name() + " and " + json[1].type_name();
     throw DecodingError("Type mismatch: expected a point as an array of two numbers, found " +
-                        json.dump());
+                        found);
   }
   point = Point{json[0].get<double>(), json[1].get<double>()};
 }

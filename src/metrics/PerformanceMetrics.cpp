@@ -26,10 +26,16 @@ std::string groupThousands(std::uint64_t value) {
   return digits;
 }
 
-// A figure kept in tenths, its decimal dropped when it is zero.
-std::string tenthsText(std::uint64_t tenths, std::string_view unit) {
-  if (tenths % 10 == 0) return fmt::format("{} {}", groupThousands(tenths / 10), unit);
-  return fmt::format("{}.{} {}", groupThousands(tenths / 10), tenths % 10, unit);
+// A figure kept in tenths or hundredths of its unit; trailing zero decimals are dropped.
+std::string decimalText(std::uint64_t scaled, std::uint64_t scale, std::string_view unit) {
+  std::uint64_t fraction = scaled % scale;
+  int digits = scale == 100 ? 2 : 1;
+  if (fraction == 0) return fmt::format("{} {}", groupThousands(scaled / scale), unit);
+  if (digits == 2 && fraction % 10 == 0) {
+    fraction /= 10;
+    digits = 1;
+  }
+  return fmt::format("{}.{:0{}} {}", groupThousands(scaled / scale), fraction, digits, unit);
 }
 
 }  // namespace
@@ -75,9 +81,9 @@ std::string formatByteCount(std::int64_t bytes) {
   }
   if (magnitude < kGiga) {
     const std::uint64_t tenths = (magnitude + kMega / 20) / (kMega / 10);
-    if (tenths < 10 * kKilo) return sign + tenthsText(tenths, "MB");
+    if (tenths < 10 * kKilo) return sign + decimalText(tenths, 10, "MB");
   }
-  return sign + tenthsText((magnitude + kGiga / 20) / (kGiga / 10), "GB");
+  return sign + decimalText((magnitude + kGiga / 200) / (kGiga / 100), 100, "GB");
 }
 
 void to_json(nlohmann::json& json, const PerformanceMetrics& m) {

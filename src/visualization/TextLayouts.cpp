@@ -1,5 +1,7 @@
 // The plain-text layouts: tree, network, hierarchical, circular and layered.
 
+#include <algorithm>
+#include <limits>
 #include <map>
 #include <string_view>
 #include <unordered_map>
@@ -43,6 +45,12 @@ std::size_t totalIdLength(const std::vector<DependencyNode>& nodes) {
 
 std::string DiagramGenerators::generateTreeVisualization(const DependencyGraph& graph,
                                                          std::int64_t maxDepth) {
+  return generateTreeVisualization(graph, maxDepth, std::numeric_limits<std::size_t>::max());
+}
+
+std::string DiagramGenerators::generateTreeVisualization(const DependencyGraph& graph,
+                                                         std::int64_t maxDepth,
+                                                         std::size_t outputLimit) {
   static constexpr std::string_view kBranch = "└─ ";
   static constexpr std::string_view kCut = "└─ ... (max depth reached)\n";
 
@@ -57,7 +65,15 @@ std::string DiagramGenerators::generateTreeVisualization(const DependencyGraph& 
   }
 
   std::string out;
-  out.reserve(kTreeHeader.size() + 2 * (totalIdLength(graph.nodes) + 24 * graph.nodes.size()));
+  // Makes sure `length` more bytes stay within the limit.
+  const auto room = [&](std::size_t length) {
+    if (length > outputLimit - out.size()) {
+      throw DiagramTooLargeError(VisualizationType::tree, outputLimit);
+    }
+  };
+  room(kTreeHeader.size());
+  out.reserve(std::min(outputLimit, kTreeHeader.size() + 2 * (totalIdLength(graph.nodes) +
+                                                              24 * graph.nodes.size())));
   out += kTreeHeader;
 
   // Depth-first with an explicit stack, so that deep limits cannot exhaust the call stack;
@@ -73,16 +89,21 @@ std::string DiagramGenerators::generateTreeVisualization(const DependencyGraph& 
     while (!pending.empty()) {
       const Visit visit = pending.back();
       pending.pop_back();
-      out.append(2 * static_cast<std::size_t>(visit.depth), ' ');
+      const auto indent = 2 * static_cast<std::size_t>(visit.depth);
       if (visit.depth >= maxDepth) {
+        room(indent + kCut.size());
+        out.append(indent, ' ');
         out += kCut;
         continue;
       }
       const DependencyNode& node = graph.nodes[visit.node];
+      const std::string_view scope = toString(node.scope);
+      room(indent + kBranch.size() + node.id.size() + scope.size() + 3);
+      out.append(indent, ' ');
       out += kBranch;
       out += node.id;
       out += " (";
-      out += toString(node.scope);
+      out += scope;
       out += ")\n";
       const auto edges = outgoing.find(node.id);
       if (edges == outgoing.end()) continue;
@@ -91,6 +112,7 @@ std::string DiagramGenerators::generateTreeVisualization(const DependencyGraph& 
         if (target != nodeIndex.end()) pending.push_back({target->second, visit.depth + 1});
       }
     }
+    room(1);
     out += '\n';
   }
   return out;

@@ -98,10 +98,15 @@ using nlohmann::json;
   }
   json diagrams = json::array();
   for (const VisualizationType type : allCases<VisualizationType>()) {
+    std::string text;
+    try {
+      text = DiagramGenerators::generate(type, graph, analysis, options.treeMaxDepth,
+                                         options.diagramLimit);
+    } catch (const DiagramTooLargeError& error) {
+      text = std::string(error.what()) + "; it is left out of this page.\n";
+    }
     diagrams.push_back(
-        json{{"type", toString(type)},
-             {"name", diagramName(type)},
-             {"text", DiagramGenerators::generate(type, graph, analysis, options.treeMaxDepth)}});
+        json{{"type", toString(type)}, {"name", diagramName(type)}, {"text", std::move(text)}});
   }
   return json{
       {"title", options.title},

@@ -408,6 +408,10 @@ TEST_F(GraphBuilding, HundredThousandDeepChain) {
   ASSERT_EQ(detailed.size(), 1u);
   EXPECT_EQ(detailed[0].severity, CircularDependencySeverity::high);
   EXPECT_EQ(detail::maxDependencyDepth(detail::ObservedGraph(c->state())), kLength);
+  // With a budget of 1000 edges the first search stops at N1000, which counts 1001.
+  EXPECT_EQ(detail::maxDependencyDepth(detail::ObservedGraph(c->state()),
+                                       detail::kDefaultReachBudget, 1000),
+            1001);
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include "support/AsyncTest.hpp"
 #include "support/GraphFixture.hpp"
 #include "support/SampleServices.hpp"
+#include "tavreldi/graph/CriticalPaths.hpp"
 
 namespace tavreldi {
 namespace {
@@ -227,12 +228,34 @@ TEST_F(GraphMetrics, CriticalPaths) {
     for (int i = 0; i < e; ++i) randomEdges.push_back(edge(name(), name()));
     const auto expected = literalCriticalPaths(random, randomEdges);
     const auto actual = c->createCriticalPaths(random, randomEdges);
+    EXPECT_EQ(findCriticalPaths(random, randomEdges).boundedSearches, 0) << round;
     ASSERT_EQ(actual.size(), expected.size()) << round;
     for (std::size_t i = 0; i < actual.size(); ++i) {
       EXPECT_EQ(actual[i].nodes, expected[i]) << round;
       EXPECT_EQ(actual[i].length, static_cast<std::int64_t>(expected[i].size()));
     }
   }
+
+  // Dense cycles: a both-ways complete bipartite graph of 3 and 5 names has exponentially many
+  // paths. A small step budget cuts every search short, deterministically, with the longest
+  // path found; with no steps at all a path is its name alone.
+  Nodes bipartite;
+  Edges bothWays;
+  for (int a = 0; a < 3; ++a) {
+    for (int b = 0; b < 5; ++b) {
+      bothWays.push_back(edge("A" + std::to_string(a), "B" + std::to_string(b)));
+      bothWays.push_back(edge("B" + std::to_string(b), "A" + std::to_string(a)));
+    }
+    bipartite.push_back(node("A" + std::to_string(a)));
+  }
+  const auto bounded = findCriticalPaths(bipartite, bothWays, {4, 1000});
+  EXPECT_EQ(bounded.boundedSearches, 8);
+  ASSERT_EQ(bounded.paths.size(), 3u);
+  EXPECT_EQ(bounded.paths[0].nodes, (Names{"A0", "B0", "A1", "B1", "A2", "B2", "A0"}));
+  EXPECT_EQ(findCriticalPaths(bipartite, bothWays).paths[0].nodes, bounded.paths[0].nodes);
+  EXPECT_EQ(findCriticalPaths(bipartite, bothWays).boundedSearches, 0);
+  const auto spent = findCriticalPaths(bipartite, bothWays, {1000, 0});
+  EXPECT_EQ(std::tuple(spent.paths.size(), spent.boundedSearches), std::tuple(0u, 8));
 
   // A 100,000-long chain is followed without recursion.
   Nodes chain;

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <limits>
 #include <nlohmann/json.hpp>
 #include <set>
 #include <string>
@@ -137,7 +139,28 @@ TEST(GraphModelJson, DecodingIsStrict) {
     wrong[key] = value;
     expectDecodingFailure<DependencyNode>(wrong, key);
   }
+  // Integers are whole numbers within 64 bits: never truncated, never wrapped.
+  for (const char* number : {"1.5", "1e300", "18446744073709551616", "9223372036854775808"}) {
+    json wrong = node;
+    wrong["layer"] = json::parse(number);
+    expectDecodingFailure<DependencyNode>(wrong, "layer");
+  }
+  for (const std::int64_t extreme :
+       {std::numeric_limits<std::int64_t>::min(), std::numeric_limits<std::int64_t>::max()}) {
+    json wide = node;
+    wide["layer"] = extreme;
+    EXPECT_EQ(wide.get<DependencyNode>().layer, extreme);
+  }
   json wrong = node;
+  wrong["layer"] = 1.5;
+  try {
+    (void)wrong.get<DependencyNode>();
+    ADD_FAILURE();
+  } catch (const DecodingError& error) {
+    EXPECT_STREQ(error.what(),
+                 "Type mismatch for key \"layer\": expected a 64-bit integer, found 1.5");
+  }
+  wrong = node;
   wrong["performanceMetrics"].erase("cacheHitRate");
   expectDecodingFailure<DependencyNode>(wrong, "cacheHitRate");
 

@@ -1,6 +1,7 @@
 // Runs the built tavreldi command and checks its output, files and exit statuses.
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -103,13 +104,16 @@ class CliTest : public ::testing::Test {
     return result;
   }
 
-  // Expects exit status 2, nothing on standard output and `message` within standard error.
-  void expectRejected(const std::vector<std::string>& args, const std::string& message) {
-    const ToolRun result = run(args);
+  // Expects exit status 2, nothing on standard output and one line on standard error that
+  // holds `message`.
+  ToolRun expectRejected(const std::vector<std::string>& args, const std::string& message) {
+    ToolRun result = run(args);
     EXPECT_EQ(result.status, 2) << result.err;
     EXPECT_EQ(result.out, "");
     EXPECT_NE(result.err.find(message), std::string::npos)
         << "stderr: " << result.err << "\nexpected: " << message;
+    EXPECT_EQ(result.err.find('\n'), result.err.size() - 1) << result.err;
+    return result;
   }
 
   std::string tool;
@@ -182,21 +186,59 @@ TEST_F(CliTest, BadInputIsNamedAndExitsWithStatusTwo) {
 
   // Unreadable or wrong documents, read by the loader both commands share: the text of the file
   // and the expected message.
-  nlohmann::json noAnalysis = graph, badLayer = graph;
+  // Hostile ones too: numbers beyond range, texts that would break the line, JSON that would
+  // take far more memory than its size, and files of one megabyte and more made in the test.
+  nlohmann::json noAnalysis = graph, badLayer = graph, badEdge = graph, badScope = graph;
   noAnalysis.erase("analysis");
   badLayer["nodes"][2]["layer"] = "top";
+  badEdge["edges"][1].erase("to");
+  badScope["nodes"][0]["scope"] = "line\nbreak" + std::string(1000, 'x');
+  const std::string text = nlohmann::json(graph).dump();
+  const auto withLayer = [&](const std::string& number) {
+    std::string changed = text;
+    return changed.replace(changed.find("\"layer\":4"), 9, "\"layer\":" + number);
+  };
+  const std::string deep = std::string(1 << 20, '[') + std::string(1 << 20, ']');
+  std::string tiny = "{\"nodes\":[{\"dependencies\":[";
+  for (int i = 0; i < (1 << 20); ++i) tiny += "\"a\",\"b\",";
   const std::vector<std::pair<std::string, std::string>> files{
       {R"({"nodes": [})", "malformed JSON at byte 12"},  // the 12th byte is the brace
-      {readFile(graphFile).substr(0, 100), "malformed JSON at byte 101"},
+      {text.substr(0, 100), "malformed JSON at byte 101"},
       {"", "malformed JSON at byte 1"},
       {noAnalysis.dump(), "not a dependency graph: Key not found: \"analysis\""},
       {badLayer.dump(), "Invalid value for key \"nodes\": Type mismatch for key \"layer\""},
-      {"[1, 2]", "expected an object for DependencyGraph"}};
+      {badEdge.dump(), "Invalid value for key \"edges\": Key not found: \"to\""},
+      {"[1, 2]", "expected an object for DependencyGraph"},
+      // Bytes count from 1; the parser names the number's last one.
+      {withLayer("1e400"), "malformed JSON at byte " +
+                               std::to_string(text.find("\"layer\":4") + 13) +
+                               ": number overflow parsing '1e400'"},
+      {withLayer("1.5"), "Type mismatch for key \"layer\": expected a 64-bit integer, found 1.5"},
+      {withLayer("1e300"), "expected a 64-bit integer, found 1e+300"},
+      {withLayer("18446744073709551616"),
+       "expected a 64-bit integer, found 1.8446744073709552e+19"},
+      {withLayer("1" + std::string(10000, '0')), "number overflow parsing"},
+      {badScope.dump(), "invalid value \"line\\nbreakxxx"},
+      {deep, "too large to hold: decoding it would take more than 67108864 bytes of memory"},
+      {tiny, "too large to hold"}};
   const std::string bad = (dir / "bad.json").string();
-  for (const auto& [text, message] : files) {
-    writeFile(bad, text);
-    expectRejected({"report", bad}, message);
+  for (const auto& [content, message] : files) {
+    writeFile(bad, content);
+    EXPECT_TRUE(
+        expectRejected({"report", bad}, message).err.starts_with("tavreldi report: " + bad));
+    expectRejected({"render", bad, "--type", "tree"}, message);
   }
+  // Nothing but regular files within the input limit is read.
+  const std::string fifo = (dir / "fifo").string();
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  expectRejected({"report", fifo}, fifo + ": not a regular file (a FIFO)");
+  expectRejected({"report", "/dev/zero"}, "/dev/zero: not a regular file (a character device)");
+  expectRejected({"render", dir.string(), "--type", "json"}, "not a regular file (a directory)");
+  expectRejected({"report", graphFile, "--max-input", "1K"},
+                 graphFile + ": " + std::to_string(fs::file_size(graphFile)) +
+                     " bytes, more than the input limit of 1024 bytes (--max-input)");
+  EXPECT_EQ(run({"report", graphFile, "--max-input", "1M"}).status, 0);
+  expectRejected({"report", graphFile, "--max-input", "-1"}, "--max-input: must not be negative");
 
   expectRejected({"render", graphFile, "--type", "pie"}, "pie not in");
   expectRejected({"render", graphFile}, "--type is required");
@@ -208,12 +250,60 @@ TEST_F(CliTest, BadInputIsNamedAndExitsWithStatusTwo) {
   expectRejected({"draw"}, "unknown command \"draw\" (commands: demo, render, report");
 }
 
+// Dense graphs: the tree's text stops at the output limit, and critical paths through dense
+// cycles are searched within a step budget that the report names.
+TEST_F(CliTest, DenseGraphsStayWithinTheLimits) {
+  DependencyGraph dense;
+  const auto add = [&dense](const std::string& from, const std::string& to) {
+    dense.edges.emplace_back().from = from;
+    dense.edges.back().to = to;
+  };
+  dense.nodes.emplace_back().id = "Root";
+  for (int i = 0; i < 8; ++i) dense.nodes.emplace_back().id = "A" + std::to_string(i);
+  for (int i = 0; i < 16; ++i) dense.nodes.emplace_back().id = "B" + std::to_string(i);
+  for (int a = 0; a < 8; ++a) {
+    for (int b = 0; b < 16; ++b) {
+      add("A" + std::to_string(a), "B" + std::to_string(b));
+      add("B" + std::to_string(b), "A" + std::to_string(a));
+    }
+  }
+  add("Root", "A0");
+  const std::string file = (dir / "dense.json").string();
+  writeFile(file, nlohmann::json(dense).dump());
+
+  expectRejected({"render", file, "--type", "tree", "--max-depth", "40"},
+                 file +
+                     ": the tree diagram is larger than the output limit of 67108864 bytes "
+                     "(--max-output)");
+  expectRejected({"render", file, "--type", "mermaid", "--max-output", "1K"},
+                 "the mermaid diagram is larger than the output limit of 1024 bytes");
+  const std::string page = (dir / "dense.html").string();
+  const ToolRun html = run({"render", file, "--type", "html", "--max-depth", "12", "--max-output",
+                            "1M", "--output", page});
+  EXPECT_EQ(html.status, 0) << html.err;
+  const std::string written = readFile(page);
+  const std::size_t note = written.find("the tree diagram is larger than the output limit of ");
+  EXPECT_NE(written.find(" bytes; it is left out of this page.", note), std::string::npos);
+  EXPECT_LE(written.size(), 1u << 20);
+
+  const ToolRun report = run({"report", file});
+  ASSERT_EQ(report.status, 0) << report.err;
+  EXPECT_NE(report.out.find("  Critical Path 1, 18 services: Root -> A0 -> B0 -> A1 -> B1 -> "),
+            std::string::npos)
+      << report.out;
+  EXPECT_NE(report.out.find("\n  Bounded: the longest-path searches from 24 services in dense "
+                            "cycles reached their step limit; their paths are the longest found "
+                            "within it\n\nClusters\n"),
+            std::string::npos)
+      << report.out;
+}
+
 TEST_F(CliTest, HelpVersionAndTheDemoPage) {
   const ToolRun version = run({"--version"});
   EXPECT_EQ(version.status, 0);
   EXPECT_EQ(version.out, "tavreldi 0.1.0\n");
   for (const auto& [command, option] : std::vector<std::pair<std::string, std::string>>{
-           {"render", "--max-depth"}, {"report", "file"}, {"demo", "--html"}}) {
+           {"render", "--max-output"}, {"report", "--max-input"}, {"demo", "--html"}}) {
     const ToolRun help = run({command, "--help"});
     EXPECT_EQ(help.status, 0) << command;
     EXPECT_NE(help.out.find(option), std::string::npos) << command;

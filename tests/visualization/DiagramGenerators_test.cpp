@@ -9,6 +9,8 @@
 #include <nlohmann/json.hpp>
 #include <random>
 #include <regex>
+#include <string>
+#include <tuple>
 
 #include "tavreldi/visualization/VisualizationModel.hpp"
 #include "visualization/detail/DiagramIdentifiers.hpp"
@@ -82,6 +84,22 @@ TEST(DiagramGenerators, TextLayoutsOfSampleGraph) {
             "\n");
   EXPECT_EQ(G::generateTreeVisualization(graph, 0),
             "Dependency Tree:\n================\n\n└─ ... (max depth reached)\n\n");
+
+  // An output limit leaves the text as it is, or stops the diagram with a typed error.
+  const std::string tree = G::generateTreeVisualization(graph, 4);
+  EXPECT_EQ(G::generate(VisualizationType::tree, graph, {}, 4, tree.size()), tree);
+  for (const VisualizationType type : {VisualizationType::tree, VisualizationType::layered}) {
+    const std::size_t size = G::generate(type, graph, {}, 4).size();
+    try {
+      (void)G::generate(type, graph, {}, 4, size - 1);
+      ADD_FAILURE() << toString(type);
+    } catch (const DiagramTooLargeError& error) {
+      EXPECT_EQ(error.what(), "the " + std::string(toString(type)) +
+                                  " diagram is larger than the output limit of " +
+                                  std::to_string(size - 1) + " bytes");
+      EXPECT_EQ(std::tuple(error.type(), error.limit()), std::tuple(type, size - 1));
+    }
+  }
 
   // Two nodes show every part of a network entry: both flags, a list of two.
   DependencyGraph firstTwo = graph;

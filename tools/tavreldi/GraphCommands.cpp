@@ -2,10 +2,14 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
+#include <limits>
 #include <memory>
+#include <new>
+#include <nlohmann/json.hpp>
 #include <string_view>
 
 #include "GraphFile.hpp"
@@ -24,18 +28,24 @@ using tavreldi::DiagramGenerators;
 using tavreldi::VisualizationType;
 
 void printError(std::string_view command, std::string_view message) {
-  fmt::print(stderr, "tavreldi {}: {}\n", command, message);
+  fmt::print(stderr, "tavreldi {}: {}\n", command, oneLine(message));
   std::fflush(stderr);
 }
 
-// Runs `body`, turning failures into a message on standard error and an exit status: 2 for
-// bad input, 1 for anything else.
+// Runs `body`, turning failures into one line on standard error and an exit status: 2 for bad
+// input (a graph too large to draw within the output limit included), 1 for anything else.
 template <class Body>
-int guarded(std::string_view command, Body&& body) {
+int guarded(std::string_view command, const std::string& file, Body&& body) {
   try {
     return body();
   } catch (const InputError& error) {
     printError(command, error.what());
+    return 2;
+  } catch (const tavreldi::DiagramTooLargeError& error) {
+    printError(command, file + ": " + error.what() + " (--max-output)");
+    return 2;
+  } catch (const std::bad_alloc&) {
+    printError(command, file + ": out of memory");
     return 2;
   } catch (const std::exception& error) {
     printError(command, error.what());
@@ -44,18 +54,35 @@ int guarded(std::string_view command, Body&& body) {
 }
 
 std::string renderText(const DependencyGraph& graph, const RenderOptions& options) {
+  const std::size_t limit = static_cast<std::size_t>(
+      std::min<std::uint64_t>(options.maxOutput, std::numeric_limits<std::size_t>::max()));
   if (options.type == "html") {
+    const auto tooLarge = [&] {
+      return InputError(fmt::format(
+          "{}: the html page is larger than the output limit of {} bytes (--max-output)",
+          options.file, limit));
+    };
+    // The page holds every node and edge in JSON: when those alone pass the limit, the page
+    // is not made (its data would take several times their size in memory first).
+    std::uint64_t embedded = 0;
+    for (const auto& node : graph.nodes) embedded += nlohmann::json(node).dump().size();
+    for (const auto& edge : graph.edges) embedded += nlohmann::json(edge).dump().size();
+    if (embedded > limit) throw tooLarge();
     const GraphExtras extras = computeExtras(graph);
     tavreldi::ViewerOptions viewer;
     viewer.title = "TavrelDI graph: " + std::filesystem::path(options.file).filename().string();
     viewer.criticalPaths = extras.criticalPaths;
     viewer.clusters = extras.clusters;
     viewer.treeMaxDepth = options.maxDepth;
-    return tavreldi::renderViewerPage(graph, graph.analysis, viewer);
+    // Eight diagrams share what the nodes and edges leave of the limit.
+    viewer.diagramLimit = (limit - embedded) / 8;
+    std::string page = tavreldi::renderViewerPage(graph, graph.analysis, viewer);
+    if (page.size() > limit) throw tooLarge();
+    return page;
   }
   const auto type = tavreldi::fromString<VisualizationType>(options.type);
   if (!type) throw InputError("unknown diagram type \"" + options.type + "\"");
-  return DiagramGenerators::generate(*type, graph, graph.analysis, options.maxDepth);
+  return DiagramGenerators::generate(*type, graph, graph.analysis, options.maxDepth, limit);
 }
 
 std::string joined(const std::vector<std::string>& names, std::string_view separator) {
@@ -75,6 +102,30 @@ std::string bytes(double count) {
                    : fmt::format("{:.1f} {}", count, kUnits[unit]);
 }
 
+constexpr const char* kLimitsHelp =
+    "Limits (see docs/limits.md): the file must be a regular file of at most --max-input\n"
+    "bytes (sizes take K, M, G: 1K = 1024), and decoding it may hold at most six bytes of\n"
+    "memory per byte of it (at least 64M); render refuses a text longer than --max-output\n"
+    "(an html page leaves out each diagram that would be). Critical paths through dense\n"
+    "cycles are searched within a step budget; the report says when it was reached. Bad\n"
+    "input exits with status 2 and one line on standard error.\n";
+
+CLI::Validator nonNegative() {
+  return CLI::Validator(
+      [](const std::string& text) {
+        return text.starts_with('-') ? std::string("must not be negative") : std::string();
+      },
+      "NONNEGATIVE");
+}
+
+void addInputLimit(CLI::App& command, std::uint64_t& maxInput) {
+  command
+      .add_option("--max-input", maxInput,
+                  "Refuse a graph file larger than this, before reading it (default 256M)")
+      ->transform(CLI::AsSizeValue(false))
+      ->transform(nonNegative());  // a transform runs before those added earlier
+}
+
 }  // namespace
 
 std::vector<std::string> renderTypes() {
@@ -87,8 +138,8 @@ std::vector<std::string> renderTypes() {
 }
 
 int runRender(const RenderOptions& options) {
-  return guarded("render", [&] {
-    const DependencyGraph graph = loadGraph(options.file);
+  return guarded("render", options.file, [&] {
+    const DependencyGraph graph = loadGraph(options.file, options.maxInput);
     const std::string text = renderText(graph, options);
     if (options.output) {
       writeFile(*options.output, text);
@@ -181,6 +232,12 @@ std::vector<std::string> reportLines(const DependencyGraph& graph, const std::st
   for (const auto& path : extras.criticalPaths) {
     add(fmt::format("  {}, {} services: {}", path.name, path.length, joined(path.nodes, " -> ")));
   }
+  if (extras.boundedSearches > 0) {
+    add(
+        fmt::format("  Bounded: the longest-path searches from {} services in dense cycles "
+                    "reached their step limit; their paths are the longest found within it",
+                    extras.boundedSearches));
+  }
 
   add("");
   add("Clusters");
@@ -204,10 +261,10 @@ std::vector<std::string> reportLines(const DependencyGraph& graph, const std::st
   return lines;
 }
 
-int runReport(const std::string& file) {
-  return guarded("report", [&] {
-    const DependencyGraph graph = loadGraph(file);
-    for (const std::string& line : reportLines(graph, file)) tavreldi::writeLine(line);
+int runReport(const ReportOptions& options) {
+  return guarded("report", options.file, [&] {
+    const DependencyGraph graph = loadGraph(options.file, options.maxInput);
+    for (const std::string& line : reportLines(graph, options.file)) tavreldi::writeLine(line);
     for (const std::string& line : registrationProblemLines(graph)) tavreldi::writeLine(line);
     return 0;
   });
@@ -223,23 +280,28 @@ void addGraphCommands(CLI::App& app) {
       ->check(CLI::IsMember(renderTypes()));
   renderCommand->add_option("--max-depth", render->maxDepth, "Depth limit of the tree diagram")
       ->capture_default_str()
-      ->check(CLI::Validator(
-          [](const std::string& text) {
-            return text.starts_with('-') ? std::string("must not be negative") : std::string();
-          },
-          "NONNEGATIVE"));
+      ->check(nonNegative());
   renderCommand->add_option("--output", render->output,
                             "Write to this file instead of standard output");
+  addInputLimit(*renderCommand, render->maxInput);
+  renderCommand
+      ->add_option("--max-output", render->maxOutput,
+                   "Refuse to write a diagram or page longer than this (default 64M)")
+      ->transform(CLI::AsSizeValue(false))
+      ->transform(nonNegative());  // a transform runs before those added earlier
+  renderCommand->footer(kLimitsHelp);
   renderCommand->callback([render] {
     if (const int status = runRender(*render); status != 0) throw CLI::RuntimeError(status);
   });
 
-  auto reportFile = std::make_shared<std::string>();
+  auto report = std::make_shared<ReportOptions>();
   auto* reportCommand = app.add_subcommand(
       "report", "Print the analysis of a dependency graph saved as JSON as readable text");
-  reportCommand->add_option("file", *reportFile, "The saved graph (its JSON form)")->required();
-  reportCommand->callback([reportFile] {
-    if (const int status = runReport(*reportFile); status != 0) throw CLI::RuntimeError(status);
+  reportCommand->add_option("file", report->file, "The saved graph (its JSON form)")->required();
+  addInputLimit(*reportCommand, report->maxInput);
+  reportCommand->footer(kLimitsHelp);
+  reportCommand->callback([report] {
+    if (const int status = runReport(*report); status != 0) throw CLI::RuntimeError(status);
   });
 }
 

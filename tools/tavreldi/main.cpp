@@ -32,6 +32,9 @@ int run(int argc, char** argv) {
   CLI::App app{"TavrelDI: dependency injection for C++ with a picture of your architecture"};
   app.set_version_flag("--version", "tavreldi 0.1.0");
   app.require_subcommand(1);
+  // A usage error is one line, as every other error (no "Run with --help" after it).
+  app.failure_message(
+      [](const CLI::App*, const CLI::Error& error) { return std::string(error.what()) + "\n"; });
   addDemoCommand(app);
   tavreldi_tool::addGraphCommands(app);
   tavreldi_tool::addDashboardCommands(app);

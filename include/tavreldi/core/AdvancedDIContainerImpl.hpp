@@ -117,6 +117,7 @@ class AdvancedDIContainerImpl final : public AdvancedDIContainer {
       const std::vector<DependencyNode>& nodes) const;
   [[nodiscard]] std::vector<NodeCluster> createNodeClusters(
       const std::vector<DependencyNode>& nodes) const;
+  /// The paths of `findCriticalPaths` under the default `CriticalPathBudget`.
   [[nodiscard]] std::vector<CriticalPath> createCriticalPaths(
       const std::vector<DependencyNode>& nodes, const std::vector<DependencyEdge>& edges) const;
   [[nodiscard]] std::vector<Recommendation> createRecommendations(

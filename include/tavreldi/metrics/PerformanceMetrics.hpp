@@ -50,9 +50,10 @@ struct PerformanceMetrics {
 /// Writes a byte count the way a file-size formatter limited to KB, MB and GB does (1000-based):
 /// "Zero KB" for 0, "1 KB" for 999, "2.1 MB" for 2,100,000, "3 GB" for 3,000,000,000.
 /// Below 1 MB the figure is whole kilobytes rounded half up (at least 1 KB for any non-zero
-/// count); from 1 MB on it has one decimal, rounded half up, dropped when it is zero. A figure
-/// that rounds up to 1000 of its unit is written in the next unit ("1 MB" for 999,500 bytes,
-/// "1 GB" for 999,950,000); GB is the largest unit, its whole part grouped by "," in thousands.
+/// count); megabytes have one decimal and gigabytes two ("1.23 GB" for 1,234,567,890), rounded
+/// half up, with trailing zero decimals dropped ("1.2 GB", "3 GB"). A figure that rounds up to
+/// 1000 of its unit is written in the next unit ("1 MB" for 999,500 bytes, "1 GB" for
+/// 999,950,000); GB is the largest unit, its whole part grouped by "," in thousands.
 /// Negative counts are written with a leading minus sign.
 [[nodiscard]] std::string formatByteCount(std::int64_t bytes);
 

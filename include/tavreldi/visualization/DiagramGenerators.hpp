@@ -5,10 +5,12 @@
 /// layouts.
 
 #include <asio/awaitable.hpp>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
 #include "tavreldi/graph/DependencyGraph.hpp"
+#include "tavreldi/visualization/DiagramTooLargeError.hpp"
 #include "tavreldi/visualization/Progress.hpp"
 #include "tavreldi/visualization/VisualizationModel.hpp"
 
@@ -57,6 +59,12 @@ class DiagramGenerators {
   /// with `maxDepth` there.
   [[nodiscard]] static std::string generateTreeVisualization(const DependencyGraph& graph,
                                                              std::int64_t maxDepth);
+  /// Returns the same text as `generateTreeVisualization(graph, maxDepth)`, or throws
+  /// `DiagramTooLargeError` when it would be longer than `outputLimit` bytes; stops as soon as
+  /// the next line would pass the limit, so that memory and time stay within it.
+  [[nodiscard]] static std::string generateTreeVisualization(const DependencyGraph& graph,
+                                                             std::int64_t maxDepth,
+                                                             std::size_t outputLimit);
   /// Returns one block per node with its scope, layer, dependencies and cycle flag.
   [[nodiscard]] static std::string generateNetworkVisualization(const DependencyGraph& graph);
   /// Returns the node ids grouped by layer, in ascending layer order, with their scopes.
@@ -69,6 +77,15 @@ class DiagramGenerators {
   /// tree only.
   [[nodiscard]] static std::string generate(VisualizationType type, const DependencyGraph& graph,
                                             const GraphAnalysis& analysis, std::int64_t maxDepth);
+  /// Returns the same text as `generate(type, graph, analysis, maxDepth)`, or throws
+  /// `DiagramTooLargeError` when it would be longer than `outputLimit` bytes. The tree stops as
+  /// soon as it passes the limit; every other diagram grows linearly with the graph and is
+  /// measured once made.
+  [[nodiscard]] static std::string generate(VisualizationType type, const DependencyGraph& graph,
+                                            const GraphAnalysis& analysis, std::int64_t maxDepth,
+                                            std::size_t outputLimit);
+  /// The output limit callers such as the `tavreldi` tool apply by default: 64 MiB.
+  static constexpr std::size_t kDefaultOutputLimit = std::size_t{64} << 20;
 };
 
 }  // namespace tavreldi

@@ -4,6 +4,7 @@
 /// The interactive graph viewer: one self-contained HTML page with the graph, node details,
 /// statistics, a legend, the eight diagram texts and a dashboard screen.
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -14,6 +15,7 @@
 #include "tavreldi/graph/CircularDependencyAnalysis.hpp"
 #include "tavreldi/graph/DependencyGraph.hpp"
 #include "tavreldi/graph/GraphMetrics.hpp"
+#include "tavreldi/visualization/DiagramGenerators.hpp"
 
 namespace tavreldi {
 
@@ -34,6 +36,10 @@ struct ViewerOptions {
   std::vector<NodeCluster> clusters;
   /// Depth limit of the embedded tree diagram.
   std::int64_t treeMaxDepth = 5;
+  /// Output limit of each embedded diagram text, in bytes: a diagram that would be longer (the
+  /// tree of a dense graph, or any diagram of a huge one) is left out, a one-line note in its
+  /// place.
+  std::size_t diagramLimit = DiagramGenerators::kDefaultOutputLimit;
   /// A dashboard summary document (JSON text) to show on the dashboard screen.
   std::optional<std::string> dashboardSummaryJson;
   /// Base address of the dashboard service; with a summary, the page offers to send it to

@@ -3,9 +3,13 @@
 // Strict JSON reading shared by every record's decoder: every key is required, and a missing
 // key or a value of the wrong kind throws DecodingError naming the key.
 
+#include <concepts>
+#include <cstdint>
+#include <limits>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "tavreldi/core/Enum.hpp"
 #include "tavreldi/core/Timestamp.hpp"
@@ -20,12 +24,33 @@ inline void requireObject(const nlohmann::json& json, std::string_view what) {
   }
 }
 
-/// The value under `key`, converted to T; throws DecodingError naming the key.
+/// Whether `json` is a whole number that T holds exactly. The JSON library would convert a
+/// fraction by truncating it and a number beyond T's range with undefined behaviour.
+template <std::integral T>
+[[nodiscard]] bool holdsExactly(const nlohmann::json& json) noexcept {
+  if (json.is_number_unsigned()) {
+    return json.get<std::uint64_t>() <= static_cast<std::uint64_t>(std::numeric_limits<T>::max());
+  }
+  if (json.is_number_integer()) {
+    const auto value = json.get<std::int64_t>();
+    return std::in_range<T>(value);
+  }
+  return false;
+}
+
+/// The value under `key`, converted to T; throws DecodingError naming the key. An integer field
+/// takes only a whole number within its type's range (not 1.5, 1e300 or 2^64).
 template <class T>
 T field(const nlohmann::json& json, std::string_view key) {
   const auto it = json.find(key);
   if (it == json.end()) {
     throw DecodingError("Key not found: \"" + std::string(key) + "\"");
+  }
+  if constexpr (std::integral<T> && !std::same_as<T, bool>) {
+    if (it->is_number() && !holdsExactly<T>(*it)) {
+      throw DecodingError("Type mismatch for key \"" + std::string(key) +
+                          "\": expected a 64-bit integer, found " + it->dump());
+    }
   }
   try {
     return it->template get<T>();

@@ -112,9 +112,15 @@ void forEachCycle(const ObservedGraph& graph, OnCycle&& onCycle) {
 /// n * n / 16 bytes for n names); past it, the depth is found by bounded searches alone.
 inline constexpr std::size_t kDefaultReachBudget = std::size_t{32} << 20;
 
-/// The greatest dependency depth (as `getDependencyDepth` computes it) over the roots.
+/// Edges that the searches of `maxDependencyDepth` may look at by default, all together
+/// (about a second of work; the searches of graphs with no large cycle need far fewer).
+inline constexpr std::int64_t kDefaultDepthSteps = std::int64_t{1} << 27;
+
+/// The greatest dependency depth (as `getDependencyDepth` computes it) over the roots; once
+/// the searches have looked at `stepBudget` edges, the greatest depth found so far.
 [[nodiscard]] std::int64_t maxDependencyDepth(const ObservedGraph& graph,
-                                              std::size_t reachBudget = kDefaultReachBudget);
+                                              std::size_t reachBudget = kDefaultReachBudget,
+                                              std::int64_t stepBudget = kDefaultDepthSteps);
 
 /// What graph building derives from the names, the observed dependencies and the registrations.
 /// The container keeps the latest one and makes a new one only after one of those was added to
