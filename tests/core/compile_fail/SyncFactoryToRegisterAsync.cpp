@@ -1,0 +1,10 @@
+// Expect: this factory returns std::shared_ptr<T>, but an asynchronous registration expects
+#include "tavreldi/core/AdvancedDIContainer.hpp"
+
+struct Clock {};
+
+void registerIt(tavreldi::AdvancedDIContainer& c) {
+  // A plain function where a coroutine is expected.
+  c.registerAsync<Clock>(tavreldi::DependencyScope::singleton,
+                         [](tavreldi::AdvancedDIContainer&) { return std::make_shared<Clock>(); });
+}
