@@ -4,7 +4,6 @@
 struct Clock {};
 
 void registerIt(tavreldi::ContainerBuilder& builder) {
-  // Factories are given the interface, not the implementation.
   builder.registerService<Clock>(
       [](tavreldi::AdvancedDIContainerImpl&) -> asio::awaitable<std::shared_ptr<Clock>> {
         co_return std::make_shared<Clock>();

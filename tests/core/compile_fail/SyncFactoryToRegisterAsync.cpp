@@ -4,7 +4,6 @@
 struct Clock {};
 
 void registerIt(tavreldi::AdvancedDIContainer& c) {
-  // A plain function where a coroutine is expected.
   c.registerAsync<Clock>(tavreldi::DependencyScope::singleton,
                          [](tavreldi::AdvancedDIContainer&) { return std::make_shared<Clock>(); });
 }
