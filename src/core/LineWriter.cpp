@@ -1,8 +1,14 @@
 #include "tavreldi/core/LineWriter.hpp"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <cstdio>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "core/detail/Output.hpp"
 
@@ -18,7 +24,108 @@ struct ThreadLines {
 };
 thread_local ThreadLines threadLines __attribute__((tls_model("initial-exec")));
 
+// The process-wide default sink as the print path reads it: one load per line. Null means
+// standard output, written directly rather than through a sink.
+constinit std::atomic<LineSink*> defaultSink{nullptr};
+
+// Owns the sinks given to setLineSink. Every one is kept, not only the current one, because a
+// thread may have loaded a sink's address just before it was replaced and still be writing to
+// it; a reference count on the print path would cost more than the few sinks a process sets.
+struct KeptSinks {
+  std::mutex mutex;
+  std::shared_ptr<LineSink> current;
+  std::vector<std::shared_ptr<LineSink>> all;
+  // Lines printed after this is gone (from other static destructors) go to standard output.
+  ~KeptSinks() { defaultSink.store(nullptr, std::memory_order_release); }
+};
+
+KeptSinks& keptSinks() {
+  static KeptSinks kept;
+  return kept;
+}
+
+// Writes each line and its line feed with one write to a C stream.
+class StreamSink final : public LineSink {
+ public:
+  explicit StreamSink(std::FILE* stream) noexcept : stream_(stream) {}
+  void writeLine(std::string_view line) override {
+    thread_local std::string buffer;
+    buffer.assign(line);
+    buffer.push_back('\n');
+    std::fwrite(buffer.data(), 1, buffer.size(), stream_);
+  }
+
+ private:
+  std::FILE* stream_;
+};
+
+class DiscardSink final : public LineSink {
+ public:
+  void writeLine(std::string_view /*line*/) override {}
+};
+
+class CallbackSink final : public LineSink {
+ public:
+  explicit CallbackSink(std::function<void(std::string_view)> callback)
+      : callback_(std::move(callback)) {}
+  void writeLine(std::string_view line) override {
+    if (!callback_) return;
+    try {
+      callback_(line);
+    } catch (...) {  // a failing log callback must not take the caller down: the line is lost
+    }
+  }
+
+ private:
+  std::function<void(std::string_view)> callback_;
+};
+
+// The calling thread's own sink, else the default one; null for standard output.
+LineSink* currentSink(const ThreadLines& state) noexcept {
+  LineSink* sink = state.sink;
+  return sink != nullptr ? sink : defaultSink.load(std::memory_order_acquire);
+}
+
+const std::shared_ptr<LineSink>& standardOutputSink() {
+  static const std::shared_ptr<LineSink> sink = std::make_shared<StreamSink>(stdout);
+  return sink;
+}
+
 }  // namespace
+
+std::shared_ptr<LineSink> LineSinks::standardOutput() { return standardOutputSink(); }
+
+std::shared_ptr<LineSink> LineSinks::standardError() {
+  static const std::shared_ptr<LineSink> sink = std::make_shared<StreamSink>(stderr);
+  return sink;
+}
+
+std::shared_ptr<LineSink> LineSinks::discard() {
+  static const std::shared_ptr<LineSink> sink = std::make_shared<DiscardSink>();
+  return sink;
+}
+
+std::shared_ptr<LineSink> LineSinks::callback(std::function<void(std::string_view)> callback) {
+  return std::make_shared<CallbackSink>(std::move(callback));
+}
+
+void setLineSink(std::shared_ptr<LineSink> sink) {
+  auto& kept = keptSinks();
+  const std::lock_guard lock(kept.mutex);
+  // Standard output is the print path's own direct write; it needs no sink call.
+  if (sink == standardOutputSink()) sink = nullptr;
+  if (sink != nullptr && std::find(kept.all.begin(), kept.all.end(), sink) == kept.all.end()) {
+    kept.all.push_back(sink);
+  }
+  defaultSink.store(sink.get(), std::memory_order_release);
+  kept.current = std::move(sink);
+}
+
+std::shared_ptr<LineSink> lineSink() {
+  auto& kept = keptSinks();
+  const std::lock_guard lock(kept.mutex);
+  return kept.current != nullptr ? kept.current : standardOutputSink();
+}
 
 void writeLine(std::string_view line) { detail::printLine(line); }
 
@@ -43,8 +150,8 @@ char* reserveLine(std::size_t size) {
 
 void endRawLine(std::size_t size) noexcept {
   auto& state = threadLines;
-  if (state.sink != nullptr) {
-    state.sink->writeLine(std::string_view(state.raw.data(), size - 1));
+  if (LineSink* sink = currentSink(state); sink != nullptr) {
+    sink->writeLine(std::string_view(state.raw.data(), size - 1));
     return;
   }
   std::fwrite(state.raw.data(), 1, size, stdout);
@@ -52,8 +159,8 @@ void endRawLine(std::size_t size) noexcept {
 
 void endLine() noexcept {
   auto& state = threadLines;
-  if (state.sink != nullptr) {
-    state.sink->writeLine(state.buffer);
+  if (LineSink* sink = currentSink(state); sink != nullptr) {
+    sink->writeLine(state.buffer);
     return;
   }
   // One write per line: the text and its line feed go out together, so lines printed from

@@ -31,6 +31,26 @@ using TypeTag = std::type_identity<T>;
 
 namespace detail {
 
+template <class Result, class T>
+struct IsAwaitableOf : std::false_type {};
+template <class U, class T>
+struct IsAwaitableOf<asio::awaitable<U>, T> : std::is_convertible<U, std::shared_ptr<T>> {};
+
+/// A callable `(AdvancedDIContainer&) -> asio::awaitable<std::shared_ptr<T>>`.
+template <class F, class T>
+concept AsyncFactoryOf = std::is_invocable_v<F&, AdvancedDIContainer&> &&
+    IsAwaitableOf<std::invoke_result_t<F&, AdvancedDIContainer&>, T>::value;
+
+/// A callable `(AdvancedDIContainer&) -> std::shared_ptr<T>` (called as const).
+template <class F, class T>
+concept SyncFactoryOf = std::is_invocable_v<const F&, AdvancedDIContainer&> &&
+    std::is_convertible_v<std::invoke_result_t<const F&, AdvancedDIContainer&>, std::shared_ptr<T>>;
+
+/// A callable `(AdvancedDIContainer&, TypeTag<T>) -> asio::awaitable<std::shared_ptr<T>>`.
+template <class F, class T>
+concept BatchFactoryOf = std::is_invocable_v<F&, AdvancedDIContainer&, TypeTag<T>> &&
+    IsAwaitableOf<std::invoke_result_t<F&, AdvancedDIContainer&, TypeTag<T>>, T>::value;
+
 // Adapts a user's asynchronous factory to the stored form. A named coroutine (not a lambda
 // invoked in place), holding the factory by shared pointer so that it outlives the call.
 template <class T, class F>
@@ -40,19 +60,51 @@ asio::awaitable<AnyInstance> runAsyncFactory(std::shared_ptr<F> factory,
   co_return AnyInstance::of<T>(std::move(instance));
 }
 
+// Every registration taking an asynchronous factory comes through here, so a factory of the
+// wrong shape fails with the one static_assert below; the erasure is skipped then, so that no
+// further error follows it.
 template <class T, class F>
 AsyncFactory eraseAsyncFactory(F factory) {
-  auto shared = std::make_shared<F>(std::move(factory));
-  return
-      [shared](AdvancedDIContainer& container) { return runAsyncFactory<T, F>(shared, container); };
+  if constexpr (SyncFactoryOf<F, T> && !AsyncFactoryOf<F, T>) {
+    static_assert(AsyncFactoryOf<F, T>,
+                  "TavrelDI: this factory returns std::shared_ptr<T>, but an asynchronous "
+                  "registration expects (AdvancedDIContainer&) -> "
+                  "asio::awaitable<std::shared_ptr<T>>; register it with registerSync, or make "
+                  "it a coroutine");
+    return {};
+  } else if constexpr (!AsyncFactoryOf<F, T>) {
+    static_assert(AsyncFactoryOf<F, T>,
+                  "TavrelDI: an asynchronous factory must be callable as "
+                  "(AdvancedDIContainer&) -> asio::awaitable<std::shared_ptr<T>>");
+    return {};
+  } else {
+    auto shared = std::make_shared<F>(std::move(factory));
+    return [shared](AdvancedDIContainer& container) {
+      return runAsyncFactory<T, F>(shared, container);
+    };
+  }
 }
 
+// As eraseAsyncFactory, for synchronous factories.
 template <class T, class F>
 SyncFactory eraseSyncFactory(F factory) {
-  return [factory = std::move(factory)](AdvancedDIContainer& container) {
-    std::shared_ptr<T> instance = factory(container);
-    return AnyInstance::of<T>(std::move(instance));
-  };
+  if constexpr (AsyncFactoryOf<F, T>) {
+    static_assert(!AsyncFactoryOf<F, T>,
+                  "TavrelDI: this factory returns an awaitable, but a synchronous registration "
+                  "expects (AdvancedDIContainer&) -> std::shared_ptr<T>; register it with "
+                  "registerAsync");
+    return {};
+  } else if constexpr (!SyncFactoryOf<F, T>) {
+    static_assert(SyncFactoryOf<F, T>,
+                  "TavrelDI: a synchronous factory must be callable as "
+                  "(AdvancedDIContainer&) -> std::shared_ptr<T> (and as const)");
+    return {};
+  } else {
+    return [factory = std::move(factory)](AdvancedDIContainer& container) {
+      std::shared_ptr<T> instance = factory(container);
+      return AnyInstance::of<T>(std::move(instance));
+    };
+  }
 }
 
 }  // namespace detail
@@ -67,8 +119,10 @@ SyncFactory eraseSyncFactory(F factory) {
 /// Factories receive the container, so that they resolve their own dependencies through it;
 /// an asynchronous factory is a callable `(AdvancedDIContainer&) ->
 /// asio::awaitable<std::shared_ptr<T>>`, a synchronous one `(AdvancedDIContainer&) ->
-/// std::shared_ptr<T>`. A factory fails by throwing; its exception passes through resolution
-/// unchanged.
+/// std::shared_ptr<T>`. A factory of another shape (a synchronous one given to an asynchronous
+/// registration, one taking `AdvancedDIContainerImpl&`, one returning another type) fails to
+/// compile at the registration with one `static_assert` naming the shape expected. A factory
+/// fails by throwing; its exception passes through resolution unchanged.
 class AdvancedDIContainer {
  public:
   virtual ~AdvancedDIContainer() = default;
@@ -192,7 +246,11 @@ class AdvancedDIContainer {
   /// `asio::awaitable<std::shared_ptr<T>>`.
   template <class... Ts, class F>
   void registerBatch(DependencyScope scope, F factory) {
-    if constexpr (sizeof...(Ts) > 0) {
+    constexpr bool kShape = (detail::BatchFactoryOf<F, Ts> && ...);
+    static_assert(kShape,
+                  "TavrelDI: a batch factory must be callable for each type T as "
+                  "(AdvancedDIContainer&, TypeTag<T>) -> asio::awaitable<std::shared_ptr<T>>");
+    if constexpr (kShape && sizeof...(Ts) > 0) {
       auto shared = std::make_shared<F>(std::move(factory));
       runOnContainerThread([scope, shared](AdvancedDIContainer& container) {
         (container.registerAsync<Ts>(
@@ -211,10 +269,16 @@ class AdvancedDIContainer {
   /// `TAVRELDI_DEVELOPMENT` registers `development` instead.
   template <class T, class D, class P>
   void registerForEnvironment(DependencyScope scope, D development, P production) {
-    if (isDevelopmentBuild()) {
-      registerLater<T>(scope, std::move(development));
-    } else {
-      registerLater<T>(scope, std::move(production));
+    constexpr bool kShape = detail::AsyncFactoryOf<D, T> && detail::AsyncFactoryOf<P, T>;
+    static_assert(kShape,
+                  "TavrelDI: both factories must be callable as "
+                  "(AdvancedDIContainer&) -> asio::awaitable<std::shared_ptr<T>>");
+    if constexpr (kShape) {
+      if (isDevelopmentBuild()) {
+        registerLater<T>(scope, std::move(development));
+      } else {
+        registerLater<T>(scope, std::move(production));
+      }
     }
   }
   /// Completes once every task started by the convenience registrations so far has run.

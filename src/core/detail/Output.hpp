@@ -20,8 +20,8 @@ namespace tavreldi::detail {
 /// The calling thread's line buffer, emptied.
 [[gnu::visibility("hidden")]] std::string& beginLine() noexcept;
 
-/// Writes the line in the calling thread's buffer: to the thread's sink, or with one write to
-/// standard output.
+/// Writes the line in the calling thread's buffer: to the thread's sink, else the default sink,
+/// else with one write to standard output.
 [[gnu::visibility("hidden")]] void endLine() noexcept;
 
 /// Returns the calling thread's raw line buffer with room for at least `size` bytes.
