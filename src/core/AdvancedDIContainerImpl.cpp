@@ -4,7 +4,6 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <asio/bind_executor.hpp>
 #include <asio/dispatch.hpp>
 #include <asio/post.hpp>
