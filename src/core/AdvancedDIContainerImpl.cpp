@@ -161,9 +161,7 @@ asio::awaitable<AnyInstance> resolveOnHome(AdvancedDIContainerImpl& self, const 
       if (f->slot == &slot) first = f;
     }
     if (first != nullptr) {
-      auto cycle = detail::pathNames(parent);
-      const std::size_t depth = detail::pathNames(first).size();
-      cycle.erase(cycle.begin(), cycle.begin() + static_cast<std::ptrdiff_t>(depth - 1));
+      auto cycle = detail::pathNames(parent, first);
       cycle.push_back(n);
       failWithCycle(s, std::move(cycle), true);
     }

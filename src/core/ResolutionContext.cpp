@@ -7,12 +7,14 @@
 
 namespace tavreldi::detail {
 
-std::vector<std::string> pathNames(const ResolutionFrame* frame) {
-  std::vector<std::string> names;
-  for (const ResolutionFrame* f = frame; f != nullptr; f = f->parent)
+void appendPathNames(std::vector<std::string>& names, const ResolutionFrame* bottom,
+                     const ResolutionFrame* top) {
+  const std::size_t from = names.size();
+  for (const ResolutionFrame* f = bottom; f != nullptr; f = f->parent) {
     names.push_back(f->slot->name);
-  std::reverse(names.begin(), names.end());
-  return names;
+    if (f == top) break;
+  }
+  std::reverse(names.begin() + static_cast<std::ptrdiff_t>(from), names.end());
 }
 
 DependencyResolutionError containerDestroyed(std::string_view resolving) {

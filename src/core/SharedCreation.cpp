@@ -3,7 +3,6 @@
 
 #include "core/detail/SharedCreation.hpp"
 
-#include <algorithm>
 #include <asio/redirect_error.hpp>
 #include <asio/use_awaitable.hpp>
 #include <utility>
@@ -68,22 +67,6 @@ asio::awaitable<AnyInstance> awaitCreation(ContainerState& state,
   co_return creation->instance;
 }
 
-namespace {
-
-// Appends the names on the path from `top` down to `bottom` (`top` is `bottom` or one of its
-// ancestors).
-void appendPath(std::vector<std::string>& names, const ResolutionFrame* top,
-                const ResolutionFrame* bottom) {
-  const std::size_t from = names.size();
-  for (const ResolutionFrame* f = bottom;; f = f->parent) {
-    names.push_back(f->slot->name);
-    if (f == top) break;
-  }
-  std::reverse(names.begin() + static_cast<std::ptrdiff_t>(from), names.end());
-}
-
-}  // namespace
-
 // The resolutions that cannot finish before `waiter` does are `waiter` and its ancestors, then,
 // repeatedly, every resolution awaiting a creation that one of them runs, with its ancestors.
 // The wait never ends when the creation's creator is among them. The search marks each
@@ -117,10 +100,10 @@ std::vector<std::string> waitCycle(ContainerState& state, const ResolutionFrame&
   std::vector<std::string> loop;
   const ResolutionFrame* from = owner;
   while (const ResolutionFrame* w = from->blockedVia) {
-    if (w->parent != nullptr && w != from) appendPath(loop, from, w->parent);
+    if (w->parent != nullptr && w != from) appendPathNames(loop, w->parent, from);
     from = w->awaiting->creator;
   }
-  appendPath(loop, from, &waiter);
+  appendPathNames(loop, &waiter, from);
   return loop;
 }
 

@@ -31,8 +31,18 @@ struct ResolutionFrame {
   mutable const ResolutionFrame* blockedVia = nullptr;
 };
 
-/// The names on the path from the top of the chain down to `frame`.
-[[nodiscard]] std::vector<std::string> pathNames(const ResolutionFrame* frame);
+/// Appends the names on the path from `top` down to `bottom` (`top` is `bottom` or one of its
+/// ancestors; null: the top of the chain).
+void appendPathNames(std::vector<std::string>& names, const ResolutionFrame* bottom,
+                     const ResolutionFrame* top = nullptr);
+
+/// The names on the path from `top` (null: the top of the chain) down to `frame`.
+[[nodiscard]] inline std::vector<std::string> pathNames(const ResolutionFrame* frame,
+                                                        const ResolutionFrame* top = nullptr) {
+  std::vector<std::string> names;
+  appendPathNames(names, frame, top);
+  return names;
+}
 
 /// The container as a factory sees it: resolutions made through it belong to the chain of the
 /// resolution that runs the factory (none: preloading's factories start chains of their own).
