@@ -7,8 +7,14 @@
 #include <benchmark/benchmark.h>
 
 #include <asio.hpp>
+#include <atomic>
+#include <charconv>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
 #include <deque>
 #include <memory>
+#include <new>
 #include <random>
 #include <string>
 #include <typeindex>
@@ -18,6 +24,24 @@
 #include "tavreldi/core/AdvancedDIContainerImpl.hpp"
 #include "tavreldi/graph/CriticalPaths.hpp"
 #include "tavreldi/visualization/DiagramGenerators.hpp"
+
+// Every allocation in the process is counted, so that a benchmark can report allocations per
+// iteration. Relaxed atomics: the figure is read on the benchmark's own thread.
+namespace {
+std::atomic<std::uint64_t> allocations{0};
+}  // namespace
+
+// GCC sees malloc and free in the replaced pair and wrongly reports them as mismatched.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
+#endif
+void* operator new(std::size_t size) {
+  allocations.fetch_add(1, std::memory_order_relaxed);
+  if (void* p = std::malloc(size == 0 ? 1 : size)) return p;
+  throw std::bad_alloc();
+}
+void operator delete(void* p) noexcept { std::free(p); }
+void operator delete(void* p, std::size_t /*size*/) noexcept { std::free(p); }
 
 namespace {
 
@@ -34,6 +58,17 @@ struct Top {
   std::shared_ptr<Middle> middle;
 };
 struct Generated {};
+struct Consumer {
+  std::shared_ptr<Leaf> leaf;
+};
+
+// Reports the allocations made per iteration since `before` was read.
+void reportAllocations(benchmark::State& state, std::uint64_t before) {
+  const auto made = allocations.load(std::memory_order_relaxed) - before;
+  state.counters["allocations"] =
+      static_cast<double>(made) /
+      static_cast<double>(std::max<std::int64_t>(state.iterations(), 1));
+}
 
 // An analytics provider that does nothing: the cost of the telemetry calls themselves.
 class NullProvider final : public tavreldi::DIAnalyticsProvider {
@@ -84,6 +119,53 @@ void BM_Floor_TypeIndexLookup(benchmark::State& state) {
 }
 BENCHMARK(BM_Floor_TypeIndexLookup);
 
+// Appends `parts` and a line feed to `line` and writes it with one call, as a plain logger would.
+template <class... Parts>
+void writeOneLine(std::string& line, const Parts&... parts) {
+  line.clear();
+  (line.append(parts), ...);
+  line.push_back('\n');
+  std::fwrite(line.data(), 1, line.size(), stdout);
+}
+
+// The floor of a cached `resolveSync`: the lookup plus the one line it prints.
+void BM_Floor_LookupAndOneLine(benchmark::State& state) {
+  std::unordered_map<std::type_index, std::shared_ptr<void>> cache;
+  cache[typeid(Leaf)] = std::make_shared<Leaf>();
+  const std::string name = "Leaf";
+  std::string line;
+  for (auto _ : state) {
+    writeOneLine(line, "🔍 Resolving synchronously: ", name);
+    auto instance = std::static_pointer_cast<Leaf>(cache.find(typeid(Leaf))->second);
+    benchmark::DoNotOptimize(instance);
+  }
+}
+BENCHMARK(BM_Floor_LookupAndOneLine);
+
+// The floor of a cached `resolve`: the lookup plus its four lines, each written on its own as a
+// plain logger would, the last with the time taken between two clock reads.
+void BM_Floor_LookupAndFourLines(benchmark::State& state) {
+  std::unordered_map<std::type_index, std::shared_ptr<void>> cache;
+  cache[typeid(Leaf)] = std::make_shared<Leaf>();
+  const std::string name = "Leaf";
+  std::string line;
+  for (auto _ : state) {
+    const auto start = std::chrono::steady_clock::now();
+    writeOneLine(line, "🔍 Resolving: ", name);
+    writeOneLine(line, "🔄 resolveSingleton called for: ", name);
+    auto instance = std::static_pointer_cast<Leaf>(cache.find(typeid(Leaf))->second);
+    writeOneLine(line, "   ✅ Found cached instance for: ", name);
+    const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
+    char seconds[32];
+    const auto printed =
+        std::to_chars(seconds, seconds + sizeof seconds, took.count(), std::chars_format::fixed, 3);
+    writeOneLine(line, "✅ Resolved: ", name, " (took ",
+                 std::string_view(seconds, printed.ptr - seconds), "s)");
+    benchmark::DoNotOptimize(instance);
+  }
+}
+BENCHMARK(BM_Floor_LookupAndFourLines);
+
 void resolveSyncCached(benchmark::State& state, bool withProvider) {
   asio::io_context io;
   auto c = makeContainer(io, withProvider);
@@ -103,10 +185,12 @@ BENCHMARK(BM_ResolveSync_CachedSingleton_NullProvider);
 
 template <class T>
 asio::awaitable<int> resolveLoop(benchmark::State& state, AdvancedDIContainerImpl& c) {
+  const auto before = allocations.load(std::memory_order_relaxed);
   for (auto _ : state) {
     auto instance = co_await c.resolve<T>();
     benchmark::DoNotOptimize(instance);
   }
+  reportAllocations(state, before);
   co_return 0;
 }
 
@@ -134,6 +218,34 @@ BENCHMARK(BM_Resolve_CachedSingleton);
 BENCHMARK(BM_Resolve_CachedSingleton_NullProvider);
 BENCHMARK(BM_Resolve_TransientChain3);
 BENCHMARK(BM_Resolve_TransientChain3_NullProvider);
+
+// A transient whose one dependency, a singleton, is cached: hand-written or auto-wired.
+void transientWithCachedDependency(benchmark::State& state, bool autoWired) {
+  asio::io_context io;
+  auto c = makeContainer(io, false);
+  c->registerSync<Leaf>(DependencyScope::singleton,
+                        [](AdvancedDIContainer&) { return std::make_shared<Leaf>(); });
+  if (autoWired) {
+    c->registerType<Consumer, tavreldi::Dependencies<Leaf>>(DependencyScope::transient);
+  } else {
+    c->registerAsync<Consumer>(
+        DependencyScope::transient,
+        [](AdvancedDIContainer& c) -> asio::awaitable<std::shared_ptr<Consumer>> {
+          auto leaf = co_await c.resolve<Leaf>();
+          co_return std::make_shared<Consumer>(Consumer{leaf});
+        });
+  }
+  (void)runOn(io, c->resolve<Consumer>());
+  (void)runOn(io, resolveLoop<Consumer>(state, *c));
+}
+void BM_Resolve_TransientWithCachedDependency_HandWritten(benchmark::State& state) {
+  transientWithCachedDependency(state, false);
+}
+void BM_Resolve_TransientWithCachedDependency_AutoWired(benchmark::State& state) {
+  transientWithCachedDependency(state, true);
+}
+BENCHMARK(BM_Resolve_TransientWithCachedDependency_HandWritten);
+BENCHMARK(BM_Resolve_TransientWithCachedDependency_AutoWired);
 
 // `state.range(0)` resolutions of one singleton started at once on a fresh container; its
 // factory suspends once (a post through the executor), so all but the first await its creation.
@@ -363,7 +475,9 @@ BENCHMARK(BM_JsonGenerator)->Arg(100)->Arg(1000)->Arg(10000)->Unit(benchmark::kM
 void BM_CriticalPaths_DenseCycles(benchmark::State& state) {
   std::vector<tavreldi::DependencyNode> nodes;
   std::vector<tavreldi::DependencyEdge> edges;
-  for (int i = 0; i < 120; ++i) nodes.emplace_back().id = (i < 40 ? "A" : "B") + std::to_string(i);
+  for (int i = 0; i < 120; ++i) {
+    nodes.emplace_back().id = std::string(i < 40 ? "A" : "B").append(std::to_string(i));
+  }
   for (int a = 0; a < 40; ++a) {
     for (int b = 40; b < 120; ++b) {
       edges.emplace_back().from = nodes[a].id;

@@ -106,35 +106,91 @@ std::optional<CreationKey> creationKey(const Slot& slot, DependencyScope scope,
   return std::nullopt;
 }
 
-// Runs the registration's factory with the container seen from `frame`, and checks what it
-// made. Continues on the home thread whatever thread the factory finished on; fails when the
-// container was destroyed meanwhile.
-asio::awaitable<AnyInstance> createInstance(AdvancedDIContainerImpl& self, ContainerState& state,
-                                            const ResolutionFrame& frame, const ServiceKey* key) {
-  const Slot& slot = *frame.slot;
-  const FactoryType factory = slot.factory;  // keeps the factory alive across the call
-  if (!factory) {
-    throw DependencyResolutionError::factoryError("No factory found for " + slot.name);
+// Records the edge from the resolution that asked for `slot` to it (the dependency map's rule:
+// not for an instance already cached in its own scope).
+void trackDependency(ContainerState& s, const ResolutionFrame* parent, Slot& slot) {
+  if (!s.config.enableDependencyTracking() || parent == nullptr || parent->slot == &slot ||
+      cachedForTracking(s, slot)) {
+    return;
   }
-  detail::ResolutionContext context(self, state, &frame);
-  AnyInstance instance;
-  if (factory.isAsync()) {
-    instance = co_await (*factory.asyncFactory())(context);
-    if (!state.onHomeThread()) co_await detail::switchToHomeThread(state);
-    if (!state.attachments->alive) throw detail::containerDestroyed(slot.name);
+  s.addDependency(*parent->slot, slot);
+  printLine("🔗 Dependency tracked: ", parent->slot->name, " -> ", slot.name);
+}
+
+// Tells the provider of a resolution. The event's parameters are built in storage the container
+// keeps from one event to the next; a provider that resolves while it handles the event (so that
+// the storage is in use) gets parameters of their own.
+void trackResolved(ContainerState& s, DIAnalyticsProvider& provider, const Slot& slot,
+                   DependencyScope scope, double seconds) {
+  provider.trackPerformance("dependency_resolution", seconds * 1000, "ms");
+  if (s.resolvedParametersInUse) {
+    provider.trackEvent("dependency_resolved", ParameterMap{{"type", slot.name},
+                                                            {"scope", toString(scope)},
+                                                            {"duration_ms", seconds * 1000},
+                                                            {"success", true}});
+    return;
+  }
+  OptionalParameters& parameters = s.resolvedParameters;
+  if (parameters) {
+    parameters->valueAt(0).assignText(slot.name);
+    parameters->valueAt(1).assignText(toString(scope));
+    parameters->valueAt(2) = AnalyticsValue(seconds * 1000);
   } else {
-    instance = (*factory.syncFactory())(context);
+    parameters = ParameterMap{{"type", slot.name},
+                              {"scope", toString(scope)},
+                              {"duration_ms", seconds * 1000},
+                              {"success", true}};
   }
-  // A C++ factory can hand back an empty pointer; caching or returning it would only move the
-  // failure to the caller's first use, so it fails here.
-  if (!instance) {
-    throw DependencyResolutionError::factoryError("Factory returned no instance for " + slot.name);
+  s.resolvedParametersInUse = true;
+  try {
+    provider.trackEvent("dependency_resolved", parameters);
+  } catch (...) {
+    s.resolvedParametersInUse = false;
+    throw;
   }
-  if (key != nullptr && !matches(instance, key)) {
-    throw DependencyResolutionError::typeMismatch(fmt::format(
-        "Factory returned {} but expected {}", detail::demangle(*instance.type), key->name));
+  s.resolvedParametersInUse = false;
+}
+
+// What every successful resolution does last: the counters, the telemetry and the
+// "✅ Resolved" line. Lines held so far go out before the provider is called.
+void finishResolution(ContainerState& s, Slot& slot, DependencyScope scope, Clock::time_point start,
+                      detail::HeldLines& lines) {
+  const auto end = Clock::now();
+  const double duration = std::chrono::duration<double>(end - start).count();
+  if (s.config.enablePerformanceMetrics()) {
+    slot.latestResolutionTime = duration;
+    detail::incrementCounter(slot.resolutionCount);
+    slot.lastResolved = end;
   }
-  co_return instance;
+  if (DIAnalyticsProvider* provider = s.attachments->provider.get()) {
+    lines.release();
+    trackResolved(s, *provider, slot, scope, duration);
+  }
+  char seconds[32];
+  printLine("✅ Resolved: ", slot.name, " (took ", detail::formatSeconds(duration, seconds), "s)");
+}
+
+// The slot whose cached instance a resolution of `key` within `parent`'s chain would hand out
+// at once, printing and changing nothing to find it; null when the resolution has more to do
+// (or fails). Same decisions, in the same order, as resolveOnHome.
+Slot* servableFromCache(ContainerState& s, const ServiceKey& key, const ResolutionFrame* parent) {
+  if (!s.onHomeThread() || !s.config.enableCaching()) return nullptr;
+  if (key.id >= s.byTypeId.size()) return nullptr;
+  Slot* slot = s.byTypeId[key.id];
+  if (slot == nullptr || !slot->metadata) return nullptr;
+  const DependencyScope scope = slot->metadata->scope;
+  const AnyInstance* cache = cachedInstance(s, *slot, scope);
+  if (cache == nullptr || !matches(*cache, &key)) return nullptr;
+  if (s.config.enableCircularDependencyDetection()) {
+    for (const ResolutionFrame* f = parent; f != nullptr; f = f->parent) {
+      if (f->slot == slot) return nullptr;
+    }
+  }
+  if (!s.creations.empty()) {
+    const auto creation = creationKey(*slot, scope, s.scopeId);
+    if (creation && s.creations.contains(*creation)) return nullptr;
+  }
+  return slot;
 }
 
 // The whole resolution path on the home thread; `key` is null for resolution by name, which
@@ -153,6 +209,7 @@ asio::awaitable<AnyInstance> resolveOnHome(AdvancedDIContainerImpl& self, const 
   Slot& slot = key != nullptr ? s.obtain(*key) : s.obtain(name);
   const std::string& n = slot.name;
   const DIContainerConfig& config = s.config;
+  detail::HeldLines lines;  // released before every suspension and every call of user code
   printLine("🔍 Resolving: ", n);
 
   if (config.enableCircularDependencyDetection()) {
@@ -163,6 +220,7 @@ asio::awaitable<AnyInstance> resolveOnHome(AdvancedDIContainerImpl& self, const 
     if (first != nullptr) {
       auto cycle = detail::pathNames(parent, first);
       cycle.push_back(n);
+      lines.release();
       failWithCycle(s, std::move(cycle), true);
     }
   }
@@ -184,16 +242,13 @@ asio::awaitable<AnyInstance> resolveOnHome(AdvancedDIContainerImpl& self, const 
       if (loop.empty()) {
         inProgress = it->second;
       } else if (config.enableCircularDependencyDetection()) {
+        lines.release();
         failWithCycle(s, std::move(loop), true);
       }
     }
   }
 
-  if (config.enableDependencyTracking() && parent != nullptr && parent->slot != &slot &&
-      !cachedForTracking(s, slot)) {
-    s.addDependency(*parent->slot, slot);
-    printLine("🔗 Dependency tracked: ", parent->slot->name, " -> ", n);
-  }
+  trackDependency(s, parent, slot);
 
   if (!slot.metadata) throw DependencyResolutionError::notRegistered(n);
   const DependencyScope scope = slot.metadata->scope;
@@ -210,8 +265,10 @@ asio::awaitable<AnyInstance> resolveOnHome(AdvancedDIContainerImpl& self, const 
       instance = *cache;
     } else if (inProgress) {
       keep = self.sharedState();
+      lines.release();
       instance = co_await detail::awaitCreation(s, std::move(inProgress), frame);
       if (!s.attachments->alive) throw detail::containerDestroyed(n);
+      lines.hold();
       served = matches(instance, key);  // another type of the same name made it: make one
     }
     if (served) {
@@ -219,16 +276,42 @@ asio::awaitable<AnyInstance> resolveOnHome(AdvancedDIContainerImpl& self, const 
       countHit(s, slot);
     } else {
       if (singletonFamily) printLine("   🔄 Creating new instance for: ", n);
-      if (!keep && slot.factory.isAsync()) keep = self.sharedState();  // only those suspend
+      const FactoryType factory = slot.factory;  // keeps the factory alive across the call
+      if (!factory) {
+        throw DependencyResolutionError::factoryError("No factory found for " + slot.name);
+      }
+      if (!keep && factory.isAsync()) keep = self.sharedState();  // only those suspend
       if (caching && !cacheKey) cacheKey = creationKey(slot, scope, s.scopeId);
       std::optional<OwnedCreation> owned;
       if (cacheKey) owned.emplace(s, *cacheKey, frame);
+      // The factory runs with the container seen from this resolution's frame: a synchronous
+      // one is called directly; an asynchronous one is awaited, after which this resolution
+      // continues on the home thread whatever thread the factory finished on.
+      detail::ResolutionContext context(self, s, &frame);
+      lines.release();
       try {
-        instance = co_await createInstance(self, s, frame, key);
+        if (factory.isAsync()) {
+          instance = co_await (*factory.asyncFactory())(context);
+          if (!s.onHomeThread()) co_await detail::switchToHomeThread(s);
+          if (!s.attachments->alive) throw detail::containerDestroyed(slot.name);
+        } else {
+          instance = (*factory.syncFactory())(context);
+        }
+        // A C++ factory can hand back an empty pointer; caching or returning it would only move
+        // the failure to the caller's first use, so it fails here.
+        if (!instance) {
+          throw DependencyResolutionError::factoryError("Factory returned no instance for " +
+                                                        slot.name);
+        }
+        if (key != nullptr && !matches(instance, key)) {
+          throw DependencyResolutionError::typeMismatch(fmt::format(
+              "Factory returned {} but expected {}", detail::demangle(*instance.type), key->name));
+        }
       } catch (...) {
         if (owned) owned->fail();
         throw;
       }
+      lines.hold();
       // cleanup(), or for a scoped instance a change of its scope's map, while the factory ran
       // forgot the creation: the instance is handed out but not kept.
       const bool keepIt = owned && owned->listed();
@@ -258,7 +341,9 @@ asio::awaitable<AnyInstance> resolveOnHome(AdvancedDIContainerImpl& self, const 
       text = e.what();
     } catch (...) {
     }
+    lines.hold();
     printLine("❌ Failed to resolve ", n, ": ", text);
+    lines.release();
     if (DIAnalyticsProvider* provider = s.attachments->provider.get()) {
       provider->trackError(*error, ParameterMap{{"dependency_type", n},
                                                 {"scope", toString(scope)},
@@ -268,23 +353,7 @@ asio::awaitable<AnyInstance> resolveOnHome(AdvancedDIContainerImpl& self, const 
     }
     throw;
   }
-
-  const auto end = Clock::now();
-  const double duration = std::chrono::duration<double>(end - start).count();
-  if (config.enablePerformanceMetrics()) {
-    slot.latestResolutionTime = duration;
-    detail::incrementCounter(slot.resolutionCount);
-    slot.lastResolved = end;
-  }
-  if (DIAnalyticsProvider* provider = s.attachments->provider.get()) {
-    provider->trackPerformance("dependency_resolution", duration * 1000, "ms");
-    provider->trackEvent("dependency_resolved", ParameterMap{{"type", n},
-                                                             {"scope", toString(scope)},
-                                                             {"duration_ms", duration * 1000},
-                                                             {"success", true}});
-  }
-  char seconds[32];
-  printLine("✅ Resolved: ", n, " (took ", detail::formatSeconds(duration, seconds), "s)");
+  finishResolution(s, slot, scope, start, lines);
   co_return instance;
 }
 
@@ -322,6 +391,26 @@ asio::awaitable<AnyInstance> resolveWithin(AdvancedDIContainerImpl& container,
   ContainerState& s = container.state();
   if (s.onHomeThread()) return resolveOnHome(container, key, std::move(name), parent);
   return resolveFromElsewhere(container, container.sharedState(), key, std::move(name), parent);
+}
+
+AnyInstance resolveCachedWithin(ContainerState& s, const ServiceKey& key,
+                                const ResolutionFrame* parent) {
+  Slot* slot = servableFromCache(s, key, parent);
+  if (slot == nullptr) return {};
+  // What resolveOnHome does for an instance it finds cached, with no suspension to allow for.
+  const auto start = Clock::now();
+  const DependencyScope scope = slot->metadata->scope;
+  HeldLines lines;
+  printLine("🔍 Resolving: ", slot->name);
+  trackDependency(s, parent, *slot);
+  if (usesSingletonCache(scope)) {
+    printLine("🔄 resolveSingleton called for: ", slot->name);
+    printLine("   ✅ Found cached instance for: ", slot->name);
+  }
+  countHit(s, *slot);
+  AnyInstance instance = *cachedInstance(s, *slot, scope);
+  finishResolution(s, *slot, scope, start, lines);
+  return instance;
 }
 
 AnyInstance resolveSyncWithin(ContainerState& s, const ServiceKey& key,
@@ -430,6 +519,10 @@ asio::awaitable<AnyInstance> AdvancedDIContainerImpl::resolveInstance(const Serv
 
 asio::awaitable<AnyInstance> AdvancedDIContainerImpl::resolveByName(std::string name) {
   return detail::resolveWithin(*this, nullptr, std::move(name), nullptr);
+}
+
+AnyInstance AdvancedDIContainerImpl::resolveCachedInstance(const ServiceKey& key) {
+  return detail::resolveCachedWithin(*state_, key, nullptr);
 }
 
 AnyInstance AdvancedDIContainerImpl::resolveInstanceSync(const ServiceKey& key) {

@@ -21,6 +21,10 @@ struct ThreadLines {
   LineSink* sink = nullptr;
   std::string buffer;  // lines built with {fmt}
   std::string raw;     // lines built by concatenation; only ever grows
+  // While lines are held, concatenated lines bound for standard output collect at the start of
+  // `raw` (the first `held` bytes) and go out together on release.
+  std::size_t held = 0;
+  bool holding = false;
 };
 thread_local ThreadLines threadLines __attribute__((tls_model("initial-exec")));
 
@@ -142,16 +146,42 @@ std::string& beginLine() noexcept {
   return threadLines.buffer;
 }
 
+namespace {
+
+// Writes the held lines, if any, with one write.
+void writeHeld(ThreadLines& state) noexcept {
+  if (state.held == 0) return;
+  std::fwrite(state.raw.data(), 1, state.held, stdout);
+  state.held = 0;
+}
+
+}  // namespace
+
+void holdLines() noexcept { threadLines.holding = true; }
+
+void releaseLines() noexcept {
+  auto& state = threadLines;
+  state.holding = false;
+  writeHeld(state);
+}
+
 char* reserveLine(std::size_t size) {
-  auto& raw = threadLines.raw;
-  if (raw.size() < size) raw.resize(std::max<std::size_t>(size, 256));
-  return raw.data();
+  auto& state = threadLines;
+  const std::size_t needed = state.held + size;
+  if (state.raw.size() < needed) state.raw.resize(std::max<std::size_t>(needed, 256));
+  return state.raw.data() + state.held;
 }
 
 void endRawLine(std::size_t size) noexcept {
   auto& state = threadLines;
   if (LineSink* sink = currentSink(state); sink != nullptr) {
-    sink->writeLine(std::string_view(state.raw.data(), size - 1));
+    const std::string_view line(state.raw.data() + state.held, size - 1);
+    writeHeld(state);  // the default sink may have changed since they were held
+    sink->writeLine(line);
+    return;
+  }
+  if (state.holding) {
+    state.held += size;
     return;
   }
   std::fwrite(state.raw.data(), 1, size, stdout);
@@ -159,6 +189,7 @@ void endRawLine(std::size_t size) noexcept {
 
 void endLine() noexcept {
   auto& state = threadLines;
+  writeHeld(state);
   if (LineSink* sink = currentSink(state); sink != nullptr) {
     sink->writeLine(state.buffer);
     return;

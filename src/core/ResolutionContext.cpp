@@ -41,6 +41,11 @@ asio::awaitable<AnyInstance> ResolutionContext::resolveInstance(const ServiceKey
   return resolveWithin(container(), &key, {}, frame_);
 }
 
+AnyInstance ResolutionContext::resolveCachedInstance(const ServiceKey& key) {
+  (void)container();
+  return resolveCachedWithin(state_, key, frame_);
+}
+
 AnyInstance ResolutionContext::resolveInstanceSync(const ServiceKey& key) {
   (void)container();
   return resolveSyncWithin(state_, key, frame_);

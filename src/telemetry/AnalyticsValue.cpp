@@ -84,6 +84,14 @@ std::string AnalyticsValue::toQuotedString() const {
   return toString();
 }
 
+void AnalyticsValue::assignText(std::string_view text) {
+  if (auto* held = std::get_if<std::string>(&storage_)) {
+    if (*held != text) held->assign(text);
+  } else {
+    storage_ = std::string(text);
+  }
+}
+
 ParameterMap::ParameterMap(std::initializer_list<Entry> entries) {
   entries_.reserve(entries.size());
   for (const auto& [key, value] : entries) set(key, value);

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <thread>
 
 #include "support/AsyncTest.hpp"
@@ -55,6 +56,44 @@ TEST_F(LineSinksTest, TheDefaultSinkGetsEveryThreadsLinesUnlessTheThreadHasItsOw
     EXPECT_EQ(::testing::internal::GetCapturedStderr(), row.err);
     EXPECT_EQ(::testing::internal::GetCapturedStdout(), row.out);
   }
+}
+
+// Lines bound for standard output may go out together, but never after output that user code (a
+// factory, a telemetry provider) writes once they are due.
+TEST_F(LineSinksTest, StandardOutputKeepsTheFrameworksLinesInOrderWithUserOutput) {
+  class PrintingProvider final : public DIAnalyticsProvider {
+   public:
+    void trackEvent(std::string_view name, const OptionalParameters& /*parameters*/) override {
+      std::printf("provider: %.*s\n", static_cast<int>(name.size()), name.data());
+    }
+    void trackError(const std::exception& /*error*/, const OptionalParameters& /*ctx*/) override {}
+    void trackPerformance(std::string_view /*metric*/, double /*value*/,
+                          std::optional<std::string_view> /*unit*/) override {}
+  };
+  auto container = makeContainer();
+  container->registerSync<sample::Logger>(DependencyScope::singleton, [](auto&) {
+    std::printf("factory\n");
+    return std::make_shared<sample::Logger>();
+  });
+  run(container->awaitPendingRegistrations());
+  container->configureAnalytics(std::make_shared<PrintingProvider>());
+  ::testing::internal::CaptureStdout();
+  (void)run(container->resolve<sample::Logger>());
+  (void)run(container->resolve<sample::Logger>());
+  std::string out = ::testing::internal::GetCapturedStdout();
+  for (std::size_t at = out.find(" (took "); at != std::string::npos;
+       at = out.find(" (took ", at)) {
+    out.replace(at, out.find('\n', at) - at, " (took _)");  // the one figure that varies
+    ++at;
+  }
+  EXPECT_EQ(out,
+            "🔍 Resolving: Logger\n🔄 resolveSingleton called for: Logger\n"
+            "   🔄 Creating new instance for: Logger\nfactory\n"
+            "   💾 Caching instance for: Logger\n   ✅ Instance cached successfully for: Logger\n"
+            "provider: dependency_resolved\n✅ Resolved: Logger (took _)\n"
+            "🔍 Resolving: Logger\n🔄 resolveSingleton called for: Logger\n"
+            "   ✅ Found cached instance for: Logger\n"
+            "provider: dependency_resolved\n✅ Resolved: Logger (took _)\n");
 }
 
 }  // namespace

@@ -200,14 +200,18 @@ class AdvancedDIContainer {
   /// `DependencyResolutionError`, `CircularDependencyException` or the factory's own error.
   template <class T>
   [[nodiscard]] asio::awaitable<std::shared_ptr<T>> resolve() {
-    const AnyInstance instance = co_await resolveInstance(serviceKey<T>());
-    co_return instance.template as<T>();
+    AnyInstance instance = resolveCachedInstance(serviceKey<T>());
+    if (!instance) {
+      AnyInstance made = co_await resolveInstance(serviceKey<T>());
+      instance = std::move(made);
+    }
+    co_return std::move(instance).template take<T>();
   }
   /// Hands out a cached instance of `T`; never runs a factory. Throws
   /// `DependencyResolutionError` or `CircularDependencyException`. Home thread only.
   template <class T>
   [[nodiscard]] std::shared_ptr<T> resolveSync() {
-    return resolveInstanceSync(serviceKey<T>()).template as<T>();
+    return resolveInstanceSync(serviceKey<T>()).template take<T>();
   }
 
   // ---- Convenience registrations ------------------------------------------------------
@@ -347,6 +351,11 @@ class AdvancedDIContainer {
   virtual void registerMetadata(const ServiceKey& key, DependencyMetadata metadata) = 0;
   /// Resolves `key` (what `resolve` calls).
   [[nodiscard]] virtual asio::awaitable<AnyInstance> resolveInstance(const ServiceKey& key) = 0;
+  /// Resolves `key` at once when its instance is cached and the call is on the home thread:
+  /// prints, records and returns exactly what `resolveInstance` would, without a suspension.
+  /// Otherwise returns an empty instance having printed and changed nothing (then call
+  /// `resolveInstance`). What `resolve` tries first.
+  [[nodiscard]] virtual AnyInstance resolveCachedInstance(const ServiceKey& key) = 0;
   /// Resolves `key` from the caches (what `resolveSync` calls). Home thread only.
   [[nodiscard]] virtual AnyInstance resolveInstanceSync(const ServiceKey& key) = 0;
   /// Resolves a registration by its type name (used by preloading); no type check.

@@ -32,6 +32,11 @@ struct AnyInstance {
   [[nodiscard]] std::shared_ptr<T> as() const noexcept {
     return std::static_pointer_cast<T>(pointer);
   }
+  /// The instance as `T`, moved out; the caller has checked `holds<T>()`.
+  template <class T>
+  [[nodiscard]] std::shared_ptr<T> take() && noexcept {
+    return std::static_pointer_cast<T>(std::move(pointer));
+  }
   /// Wraps `instance` as registered type `T`.
   template <class T>
   [[nodiscard]] static AnyInstance of(std::shared_ptr<T> instance) {

@@ -227,7 +227,11 @@ struct AutoWiredFactory<Service, Impl, Dependencies<Ds...>> {
     std::array<AnyInstance, sizeof...(Ds)> resolved;
     std::size_t next = 0;
     for (const ServiceKey* key : dependencyKeys()) {
-      AnyInstance dependency = co_await container.resolveInstance(*key);
+      AnyInstance dependency = container.resolveCachedInstance(*key);
+      if (!dependency) {
+        AnyInstance made = co_await container.resolveInstance(*key);
+        dependency = std::move(made);
+      }
       resolved[next++] = std::move(dependency);
     }
     std::shared_ptr<Service> instance = construct(resolved, std::index_sequence_for<Ds...>{});

@@ -32,6 +32,9 @@ class AnalyticsValue {
   /// A list of texts (for example a resolution stack or a cycle).
   AnalyticsValue(const std::vector<std::string>& v);  // NOLINT
 
+  /// Makes this value the text `text`, reusing the storage of the text it holds, if any.
+  void assignText(std::string_view text);
+
   /// The stored alternative.
   [[nodiscard]] const Storage& storage() const noexcept { return storage_; }
 
@@ -63,6 +66,10 @@ class ParameterMap {
 
   /// Sets `key` to `value`, keeping the key's position when it exists.
   void set(std::string_view key, AnalyticsValue value);
+  /// The value at `index` in insertion order, to change in place (`index` < `size()`).
+  [[nodiscard]] AnalyticsValue& valueAt(std::size_t index) noexcept {
+    return entries_[index].second;
+  }
   /// The value of `key`, or null.
   [[nodiscard]] const AnalyticsValue* find(std::string_view key) const noexcept;
   [[nodiscard]] bool empty() const noexcept { return entries_.empty(); }

@@ -135,6 +135,10 @@ struct ContainerState {
   std::uint64_t structureVersion = 0;
   mutable std::shared_ptr<const GraphStructure> graphStructure;
   std::shared_ptr<Attachments> attachments = std::make_shared<Attachments>();
+  // The parameters of the latest "dependency_resolved" event, kept so that the next one reuses
+  // their storage.
+  OptionalParameters resolvedParameters;
+  bool resolvedParametersInUse = false;
 
   [[nodiscard]] bool onHomeThread() const noexcept {
     return std::this_thread::get_id() == homeThread;

@@ -24,10 +24,46 @@ namespace tavreldi::detail {
 /// else with one write to standard output.
 [[gnu::visibility("hidden")]] void endLine() noexcept;
 
-/// Returns the calling thread's raw line buffer with room for at least `size` bytes.
+/// Holds the calling thread's lines bound for standard output until `releaseLines`, so that a
+/// run of lines printed with nothing in between that could print or suspend goes out in one
+/// write. Lines for a sink are never held. Release before calling user code (a factory, a
+/// telemetry provider) and before every suspension: a line is written when it is due.
+[[gnu::visibility("hidden")]] void holdLines() noexcept;
+
+/// Writes the held lines with one write and stops holding.
+[[gnu::visibility("hidden")]] void releaseLines() noexcept;
+
+/// Holds lines while it is active: from construction until `release()`, again from `hold()`.
+/// Its destructor releases only if it is still active, so a coroutine that released before it
+/// suspended never writes another run's lines.
+class HeldLines {
+ public:
+  HeldLines() noexcept { holdLines(); }
+  ~HeldLines() {
+    if (active_) releaseLines();
+  }
+  HeldLines(const HeldLines&) = delete;
+  HeldLines& operator=(const HeldLines&) = delete;
+  void hold() noexcept {
+    active_ = true;
+    holdLines();
+  }
+  void release() noexcept {
+    if (!active_) return;
+    active_ = false;
+    releaseLines();
+  }
+
+ private:
+  bool active_ = true;
+};
+
+/// Returns room for at least `size` bytes in the calling thread's raw line buffer, after the
+/// held lines.
 [[gnu::visibility("hidden")]] char* reserveLine(std::size_t size);
 
-/// Writes the first `size` bytes of the raw line buffer, which end with the line feed.
+/// Writes the `size` bytes `reserveLine` gave room for, which end with the line feed (or holds
+/// them).
 [[gnu::visibility("hidden")]] void endRawLine(std::size_t size) noexcept;
 
 template <std::size_t N>

@@ -60,6 +60,7 @@ class ResolutionContext final : public AdvancedDIContainer {
                        FactoryType factory) override;
   void registerMetadata(const ServiceKey& key, DependencyMetadata metadata) override;
   [[nodiscard]] asio::awaitable<AnyInstance> resolveInstance(const ServiceKey& key) override;
+  [[nodiscard]] AnyInstance resolveCachedInstance(const ServiceKey& key) override;
   [[nodiscard]] AnyInstance resolveInstanceSync(const ServiceKey& key) override;
   [[nodiscard]] asio::awaitable<AnyInstance> resolveByName(std::string name) override;
   void runOnContainerThread(std::function<void(AdvancedDIContainer&)> task) override;
@@ -104,6 +105,11 @@ class ResolutionContext final : public AdvancedDIContainer {
 [[nodiscard]] asio::awaitable<AnyInstance> resolveWithin(AdvancedDIContainerImpl& container,
                                                          const ServiceKey* key, std::string name,
                                                          const ResolutionFrame* parent);
+
+/// Resolves `key` within the chain ending at `parent` when that needs no suspension (see
+/// `AdvancedDIContainer::resolveCachedInstance`); otherwise an empty instance.
+[[nodiscard]] AnyInstance resolveCachedWithin(ContainerState& state, const ServiceKey& key,
+                                              const ResolutionFrame* parent);
 
 /// Hands out a cached instance of `key` within the chain ending at `parent` (null: none).
 [[nodiscard]] AnyInstance resolveSyncWithin(ContainerState& state, const ServiceKey& key,
