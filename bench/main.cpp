@@ -25,7 +25,7 @@
 #include "tavreldi/graph/CriticalPaths.hpp"
 #include "tavreldi/visualization/DiagramGenerators.hpp"
 
-// Every allocation in the process is counted, so that a benchmark can report allocations per
+// Every allocation in the process (operator new and aligned_alloc) is counted, so that a benchmark can report allocations per
 // iteration. Relaxed atomics: the figure is read on the benchmark's own thread.
 namespace {
 std::atomic<std::uint64_t> allocations{0};
@@ -41,6 +41,12 @@ void* operator new(std::size_t size) {
   throw std::bad_alloc();
 }
 void operator delete(void* p) noexcept { std::free(p); }
+// Asio allocates coroutine frames with aligned_alloc.
+extern "C" void* aligned_alloc(std::size_t alignment, std::size_t size) noexcept {
+  allocations.fetch_add(1, std::memory_order_relaxed);
+  void* p = nullptr;
+  return posix_memalign(&p, std::max(alignment, sizeof(void*)), size) == 0 ? p : nullptr;
+}
 void operator delete(void* p, std::size_t /*size*/) noexcept { std::free(p); }
 
 namespace {

@@ -130,8 +130,10 @@ class ReachSets {
     return words;
   }
 
-  ReachSets(const ObservedGraph& graph, const StrongComponents& components, const Layout& layout)
-      : first_(components.count() + 1, 0) {
+  // Builds the sets in `storage`'s memory, which `release` hands back.
+  ReachSets(const ObservedGraph& graph, const StrongComponents& components, const Layout& layout,
+            std::vector<std::uint64_t> storage)
+      : first_(components.count() + 1, 0), bits_(std::move(storage)) {
     for (std::uint32_t c = 0; c < components.count(); ++c) {
       first_[c + 1] = first_[c] + wordsFor(layout.end[c]);
     }
@@ -150,6 +152,8 @@ class ReachSets {
       }
     }
   }
+
+  [[nodiscard]] std::vector<std::uint64_t> release() && noexcept { return std::move(bits_); }
 
   [[nodiscard]] std::span<const std::uint64_t> of(std::uint32_t component) const noexcept {
     return {bits_.data() + first_[component], first_[component + 1] - first_[component]};
@@ -345,7 +349,7 @@ class DepthSearch {
 }  // namespace
 
 std::int64_t maxDependencyDepth(const ObservedGraph& graph, std::size_t reachBudget,
-                                std::int64_t stepBudget) {
+                                std::int64_t stepBudget, std::vector<std::uint64_t>* reachStorage) {
   if (graph.roots.empty()) return 0;
   const StrongComponents components(graph.offsets, graph.targets);
   const Layout layout(graph, components);
@@ -353,7 +357,9 @@ std::int64_t maxDependencyDepth(const ObservedGraph& graph, std::size_t reachBud
 
   std::optional<ReachSets> reach;
   if (ReachSets::wordCount(layout) <= reachBudget / sizeof(std::uint64_t)) {
-    reach.emplace(graph, components, layout);
+    reach.emplace(
+        graph, components, layout,
+        reachStorage != nullptr ? std::move(*reachStorage) : std::vector<std::uint64_t>{});
   }
   DepthSearch search(graph, components, layout, reach ? &*reach : nullptr, stepBudget);
   std::int64_t best = 0;
@@ -403,6 +409,7 @@ std::int64_t maxDependencyDepth(const ObservedGraph& graph, std::size_t reachBud
     std::uint32_t deepest = root;
     best = search.run(root, best, deepest);
   }
+  if (reach && reachStorage != nullptr) *reachStorage = std::move(*reach).release();
   return best;
 }
 

@@ -115,8 +115,8 @@ std::vector<std::string> cycleNames(const ObservedGraph& graph,
   return names;
 }
 
-GraphStructure::GraphStructure(const ContainerState& state)
-    : version(state.structureVersion), graph(state) {
+GraphStructure::GraphStructure(const ContainerState& state, std::vector<std::uint64_t> reachStorage)
+    : version(state.structureVersion), graph(state), reachStorage_(std::move(reachStorage)) {
   std::size_t length = 0;
   for (const Slot* slot : graph.slots) length += slot->name.size();
   std::shared_ptr<char[]> packed = std::make_shared_for_overwrite<char[]>(length);
@@ -195,8 +195,13 @@ NameList GraphStructure::dependencyNames(std::uint32_t v) const {
 
 std::shared_ptr<const GraphStructure> graphStructure(const ContainerState& state) {
   if (!state.graphStructure || state.graphStructure->version != state.structureVersion) {
-    state.graphStructure.reset();  // the old one's memory back first
-    state.graphStructure = std::make_shared<const GraphStructure>(state);
+    // The old structure goes only once the new one is built, and hands on its largest block:
+    // freed first, glibc would give the memory back to the kernel and the new build would fault
+    // it in again page by page (several times the cost of the build itself at 10,000 names,
+    // once other work has shaped the heap).
+    std::vector<std::uint64_t> reachStorage;
+    if (state.graphStructure) reachStorage = std::move(state.graphStructure->reachStorage_);
+    state.graphStructure = std::make_shared<const GraphStructure>(state, std::move(reachStorage));
   }
   return state.graphStructure;
 }

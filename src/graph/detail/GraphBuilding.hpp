@@ -117,17 +117,22 @@ inline constexpr std::size_t kDefaultReachBudget = std::size_t{32} << 20;
 inline constexpr std::int64_t kDefaultDepthSteps = std::int64_t{1} << 27;
 
 /// The greatest dependency depth (as `getDependencyDepth` computes it) over the roots; once
-/// the searches have looked at `stepBudget` edges, the greatest depth found so far.
+/// the searches have looked at `stepBudget` edges, the greatest depth found so far. The
+/// reachability sets are built in `reachStorage`'s memory when given, and left there for the
+/// next call.
 [[nodiscard]] std::int64_t maxDependencyDepth(const ObservedGraph& graph,
                                               std::size_t reachBudget = kDefaultReachBudget,
-                                              std::int64_t stepBudget = kDefaultDepthSteps);
+                                              std::int64_t stepBudget = kDefaultDepthSteps,
+                                              std::vector<std::uint64_t>* reachStorage = nullptr);
 
 /// What graph building derives from the names, the observed dependencies and the registrations.
 /// The container keeps the latest one and makes a new one only after one of those was added to
 /// or replaced (`ContainerState::structureVersion`); the rest of a graph (timestamps, sample
 /// figures) is made afresh on every build, and building nodes and edges reads no slot.
 struct GraphStructure {
-  explicit GraphStructure(const ContainerState& state);
+  /// `reachStorage`: memory for the depth search's reachability sets, from the structure this
+  /// one replaces.
+  GraphStructure(const ContainerState& state, std::vector<std::uint64_t> reachStorage);
 
   std::uint64_t version;
   ObservedGraph graph;
@@ -172,7 +177,10 @@ struct GraphStructure {
   /// The greatest dependency depth over the registered names, found on first use (the cycle
   /// operations never need it).
   [[nodiscard]] std::int64_t maxDepth() const {
-    if (!maxDepth_) maxDepth_ = maxDependencyDepth(graph);
+    if (!maxDepth_) {
+      maxDepth_ =
+          maxDependencyDepth(graph, kDefaultReachBudget, kDefaultDepthSteps, &reachStorage_);
+    }
     return *maxDepth_;
   }
 
@@ -186,6 +194,10 @@ struct GraphStructure {
     return a < b ? (std::uint64_t{a} << 32 | b) : (std::uint64_t{b} << 32 | a);
   }
   mutable std::optional<std::int64_t> maxDepth_;
+  // Kept from one structure to the next: it is the largest block a build uses.
+  mutable std::vector<std::uint64_t> reachStorage_;
+
+  friend std::shared_ptr<const GraphStructure> graphStructure(const ContainerState& state);
   mutable std::optional<Registrations> registrations_;
   // The names of `graph.targets`, position for position, once asked for.
   mutable std::shared_ptr<const std::vector<Name>> successorNames_;
