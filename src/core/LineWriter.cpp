@@ -206,8 +206,13 @@ std::string_view formatSeconds(double seconds, char (&buffer)[32]) {
     return {buffer, std::min(result.size, sizeof buffer)};
   }
   const auto millis = static_cast<long long>(std::llround(seconds * 1000.0));
-  const fmt::format_int whole(millis / 1000);
-  char* out = std::copy(whole.data(), whole.data() + whole.size(), buffer);
+  char* out = buffer;
+  if (millis < 1000) {  // nearly every resolution: no digits to convert before the point
+    *out++ = '0';
+  } else {
+    const fmt::format_int whole(millis / 1000);
+    out = std::copy(whole.data(), whole.data() + whole.size(), buffer);
+  }
   const auto fraction = static_cast<int>(millis % 1000);
   *out++ = '.';
   *out++ = static_cast<char>('0' + fraction / 100);
