@@ -76,13 +76,23 @@ class Name {
   [[nodiscard]] const_iterator end() const noexcept { return text_.end(); }
   ///@}
 
-  // One comparison against `std::string_view` serves names, `std::string` and literals alike
-  // (both orders, through the rewritten forms).
+  // One comparison against `std::string_view` serves `std::string` and literals (both orders,
+  // through the rewritten forms). Two names take the exact overloads, a template so that a text
+  // never converts to a name for them: with `std::string_view` alone, a name against a name
+  // would be ambiguous between the two argument orders.
   ///@{
   /// Compares the texts.
   friend bool operator==(const Name& a, std::string_view b) noexcept { return a.text_ == b; }
   friend std::strong_ordering operator<=>(const Name& a, std::string_view b) noexcept {
     return a.text_ <=> b;
+  }
+  template <std::same_as<Name> Other>
+  friend bool operator==(const Name& a, const Other& b) noexcept {
+    return a.text_ == b.text_;
+  }
+  template <std::same_as<Name> Other>
+  friend std::strong_ordering operator<=>(const Name& a, const Other& b) noexcept {
+    return a.text_ <=> b.text_;
   }
   ///@}
 
