@@ -1,12 +1,15 @@
 #pragma once
 
 /// \file
-/// The public API of TavrelDI in one include.
+/// The public API of the core library (`TavrelDI::Framework`) in one include. The dashboard
+/// client is a library of its own (`TavrelDI::Dashboard`); its headers are
+/// `tavreldi/dashboard/*.hpp`.
 
 #include "tavreldi/core/AdvancedDIContainer.hpp"
 #include "tavreldi/core/AdvancedDIContainerImpl.hpp"
 #include "tavreldi/core/AnyInstance.hpp"
 #include "tavreldi/core/AutoWiring.hpp"
+#include "tavreldi/core/Config.hpp"
 #include "tavreldi/core/ContainerBuilder.hpp"
 #include "tavreldi/core/ContainerFactory.hpp"
 #include "tavreldi/core/DIContainerConfig.hpp"
@@ -20,10 +23,6 @@
 #include "tavreldi/core/RegistrationValidationError.hpp"
 #include "tavreldi/core/Timestamp.hpp"
 #include "tavreldi/core/TypeName.hpp"
-#include "tavreldi/dashboard/DashboardClient.hpp"
-#include "tavreldi/dashboard/DashboardData.hpp"
-#include "tavreldi/dashboard/DashboardError.hpp"
-#include "tavreldi/dashboard/DashboardSummary.hpp"
 #include "tavreldi/graph/CircularDependencyAnalysis.hpp"
 #include "tavreldi/graph/CriticalPaths.hpp"
 #include "tavreldi/graph/DependencyEdge.hpp"

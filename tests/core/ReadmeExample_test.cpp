@@ -1,4 +1,5 @@
-// Compiles and runs the README's usage example, and checks that the README shows it verbatim.
+// Compiles and runs the README's usage example, and checks that the README and the getting
+// started guide show it verbatim.
 
 #include <gtest/gtest.h>
 
@@ -20,10 +21,12 @@ TEST(ReadmeExample, RunsAndIsShownVerbatim) {
   tavreldi::LineRecorder quiet;
   EXPECT_EQ(quickstart(), "Greeter -> Logger");
   const auto example = readFile(TAVRELDI_SOURCE_DIR "/docs/examples/quickstart.cpp");
-  const auto readme = readFile(TAVRELDI_SOURCE_DIR "/README.md");
   ASSERT_FALSE(example.empty());
-  EXPECT_NE(readme.find(example), std::string::npos)
-      << "README.md must contain docs/examples/quickstart.cpp verbatim";
+  for (const char* page : {"README.md", "docs/getting-started.md"}) {
+    EXPECT_NE(readFile(std::string(TAVRELDI_SOURCE_DIR "/") + page).find(example),
+              std::string::npos)
+        << page << " must contain docs/examples/quickstart.cpp verbatim";
+  }
 }
 
 }  // namespace

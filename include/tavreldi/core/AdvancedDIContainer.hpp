@@ -3,6 +3,9 @@
 /// \file
 /// The container interface: registration, resolution, scopes, graph and preloading.
 
+#include "tavreldi/core/Config.hpp"
+// (first: the Asio headers below read the settings it makes)
+
 #include <asio/any_io_executor.hpp>
 #include <asio/awaitable.hpp>
 #include <cstdint>

@@ -3,6 +3,9 @@
 /// \file
 /// The container implementation.
 
+#include "tavreldi/core/Config.hpp"
+// (first: the Asio headers below read the settings it makes)
+
 #include <asio/any_io_executor.hpp>
 #include <cstdint>
 #include <memory>
@@ -25,8 +28,11 @@ struct ContainerState;
 
 /// What the container measured for one type (read-only view for dashboards and viewers).
 struct ServiceStatistics {
+  /// The type name.
   std::string name;
+  /// How many resolutions of the type completed (cache hits included).
   std::int64_t resolutionCount = 0;
+  /// How many of them were served from a cache.
   std::int64_t cacheHits = 0;
   /// Seconds taken by the latest successful resolution, when there was one.
   std::optional<double> latestResolutionTime;
@@ -106,39 +112,65 @@ class AdvancedDIContainerImpl final : public AdvancedDIContainer {
 
   // ---- Graph metrics ------------------------------------------------------------------
 
+  /// Complexity figures of the graph made of `nodes` and `edges`: cyclomatic complexity
+  /// E − N + 2 (0 when negative), coupling E ÷ N, fixed cohesion 0.7 and abstractness 0.5.
   [[nodiscard]] ComplexityMetrics createComplexityMetrics(
       const std::vector<DependencyNode>& nodes, const std::vector<DependencyEdge>& edges) const;
+  /// A score in 0…1 from the edges per node, the share of circular edges and the share of
+  /// nodes of `high` complexity (0 for an empty graph or one without edges).
   [[nodiscard]] double calculateComplexityScore(const std::vector<DependencyNode>& nodes,
                                                 const std::vector<DependencyEdge>& edges) const;
+  /// Layer violations, single-responsibility violations (nodes with six or more
+  /// dependencies) and the compliance derived from both.
   [[nodiscard]] ArchitectureMetrics createArchitectureMetrics(
       const std::vector<DependencyNode>& nodes, const std::vector<DependencyEdge>& edges) const;
+  /// The health score of the graph (see `HealthScore`); `testability` reads the container's
+  /// resolution and cache-hit counters. Home thread only.
   [[nodiscard]] HealthScore createHealthScore(const std::vector<DependencyNode>& nodes,
                                               const std::vector<DependencyEdge>& edges) const;
+  /// Means and extremes of the nodes' performance figures, the bottlenecks (nodes slower
+  /// than twice the mean) and the process's memory use.
   [[nodiscard]] GraphPerformanceMetrics createGraphPerformanceMetrics(
       const std::vector<DependencyNode>& nodes) const;
+  /// One cluster per node category present, in order of first appearance, with its nodes.
   [[nodiscard]] std::vector<NodeCluster> createNodeClusters(
       const std::vector<DependencyNode>& nodes) const;
   /// The paths of `findCriticalPaths` under the default `CriticalPathBudget`.
   [[nodiscard]] std::vector<CriticalPath> createCriticalPaths(
       const std::vector<DependencyNode>& nodes, const std::vector<DependencyEdge>& edges) const;
+  /// Advice: one recommendation when edges are circular, one when nodes have `high`
+  /// complexity, in that order.
   [[nodiscard]] std::vector<Recommendation> createRecommendations(
       const std::vector<DependencyNode>& nodes, const std::vector<DependencyEdge>& edges) const;
 
   // ---- Cycle analysis -----------------------------------------------------------------
 
+  /// The cycles of `findCircularDependencies`, each with its severity, impact and
+  /// suggestions. Home thread only.
   [[nodiscard]] std::vector<CircularDependency> findCircularDependenciesDetailed() const;
+  /// The severity of a cycle from its length: `low` up to 2 names, `medium` up to 4, `high`
+  /// beyond. Home thread only.
   [[nodiscard]] CircularDependencySeverity calculateCycleSeverity(
       const std::vector<std::string>& cycle) const;
+  /// The impact of a cycle: `critical` when one of its names is registered as a singleton,
+  /// otherwise `medium` up to 3 names and `high` beyond. Home thread only.
   [[nodiscard]] CircularDependencyImpact calculateCycleImpact(
       const std::vector<std::string>& cycle) const;
+  /// The fixed advice texts for breaking `cycle` (a singleton to make transient, interfaces to
+  /// introduce, events, factories). Home thread only.
   [[nodiscard]] std::vector<std::string> generateCycleSuggestions(
       const std::vector<std::string>& cycle) const;
+  /// The detailed cycles with their counts by severity and impact, lengths and overall
+  /// advice. Home thread only.
   [[nodiscard]] CircularDependencyAnalysis analyzeCircularDependencies() const;
+  /// The fixed advice texts for a whole set of `cycles` ("No circular dependencies found.
+  /// Great job!" when there are none). Home thread only.
   [[nodiscard]] std::vector<std::string> generateOverallRecommendations(
       const std::vector<CircularDependency>& cycles) const;
 
   /// The internal state, for the container's own source files.
   [[nodiscard]] detail::ContainerState& state() noexcept { return *state_; }
+  /// The internal state, for the container's own source files.
   [[nodiscard]] const detail::ContainerState& state() const noexcept { return *state_; }
   /// The internal state as the resolutions in progress hold it.
   [[nodiscard]] const std::shared_ptr<detail::ContainerState>& sharedState() const noexcept {

@@ -3,6 +3,9 @@
 /// \file
 /// Type-erased instances and factories as the container stores them.
 
+#include "tavreldi/core/Config.hpp"
+// (first: the Asio headers below read the settings it makes)
+
 #include <asio/awaitable.hpp>
 #include <functional>
 #include <memory>
@@ -17,7 +20,9 @@ class AdvancedDIContainer;
 
 /// A service instance with the type it was registered as.
 struct AnyInstance {
+  /// The instance, or null.
   std::shared_ptr<void> pointer;
+  /// The type the instance was registered as, or null.
   const std::type_info* type = nullptr;
 
   /// True when an instance is held.
@@ -66,11 +71,15 @@ class FactoryType {
     f.async_ = std::make_shared<const AsyncFactory>(std::move(factory));
     return f;
   }
+  /// True when the factory is asynchronous.
   [[nodiscard]] bool isAsync() const noexcept { return async_ != nullptr; }
+  /// True when a factory is held.
   [[nodiscard]] explicit operator bool() const noexcept { return sync_ || async_; }
+  /// The synchronous factory, or null.
   [[nodiscard]] const std::shared_ptr<const SyncFactory>& syncFactory() const noexcept {
     return sync_;
   }
+  /// The asynchronous factory, or null.
   [[nodiscard]] const std::shared_ptr<const AsyncFactory>& asyncFactory() const noexcept {
     return async_;
   }
@@ -84,8 +93,10 @@ class FactoryType {
 /// with the names it was seen to resolve (in the order first seen).
 class DependencyMap {
  public:
+  /// A type name and the names it was seen to resolve.
   using Entry = std::pair<std::string, std::vector<std::string>>;
   DependencyMap() = default;
+  /// Takes the entries as they are, in their order.
   explicit DependencyMap(std::vector<Entry> entries) : entries_(std::move(entries)) {}
   /// The dependencies of `name`, or null when it has no entry.
   [[nodiscard]] const std::vector<std::string>* find(std::string_view name) const noexcept {
@@ -94,10 +105,15 @@ class DependencyMap {
     }
     return nullptr;
   }
+  /// The number of type names with an entry.
   [[nodiscard]] std::size_t size() const noexcept { return entries_.size(); }
+  /// True when nothing was observed.
   [[nodiscard]] bool empty() const noexcept { return entries_.empty(); }
+  /// The first entry, in insertion order.
   [[nodiscard]] auto begin() const noexcept { return entries_.begin(); }
+  /// Past the last entry.
   [[nodiscard]] auto end() const noexcept { return entries_.end(); }
+  /// Equal when the entries and their order are equal.
   friend bool operator==(const DependencyMap&, const DependencyMap&) = default;
 
  private:

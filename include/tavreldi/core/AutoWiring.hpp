@@ -21,6 +21,9 @@
 /// implementation, and an implementation that does not derive from its interface each fail to
 /// compile with one `static_assert` that says what to write.
 
+#include "tavreldi/core/Config.hpp"
+// (first: the Asio headers below read the settings it makes)
+
 #include <array>
 #include <asio/awaitable.hpp>
 #include <cstddef>

@@ -3,6 +3,9 @@
 /// \file
 /// A builder that queues registrations and modules and replays them into one container.
 
+#include "tavreldi/core/Config.hpp"
+// (first: the Asio headers below read the settings it makes)
+
 #include <asio/any_io_executor.hpp>
 #include <asio/awaitable.hpp>
 #include <memory>

@@ -3,6 +3,9 @@
 /// \file
 /// Entry points that make, fill and build a container in one call.
 
+#include "tavreldi/core/Config.hpp"
+// (first: the Asio headers below read the settings it makes)
+
 #include <asio/any_io_executor.hpp>
 #include <asio/awaitable.hpp>
 #include <functional>

@@ -3,6 +3,9 @@
 /// \file
 /// A group of registrations that can be applied to any container.
 
+#include "tavreldi/core/Config.hpp"
+// (first: the Asio headers below read the settings it makes)
+
 #include <asio/awaitable.hpp>
 
 namespace tavreldi {

@@ -21,17 +21,29 @@ namespace tavreldi {
 /// Equality and hashing deliberately ignore `registrationTime`, `dependencies` and
 /// `threadSafety`: two registrations of the same service made at different times are equal.
 struct DependencyMetadata {
+  /// How instances are shared (see `DependencyScope`).
   DependencyScope scope;
+  /// The intended lifetime.
   DependencyLifetime lifetime;
+  /// True when the instance is to be made on first use only.
   bool isLazy;
+  /// True when the service may be used from several threads.
   bool isThreadSafe;
+  /// Free labels.
   std::vector<std::string> tags;
+  /// Free key/value annotations.
   std::map<std::string, std::string> customData;
+  /// When the registration was made.
   Timestamp registrationTime;
+  /// The service's type name, the text that keys the registration.
   std::string typeName;
+  /// True when the registration takes part in cycle detection.
   bool supportsCircularDetection;
+  /// Ordering weight; higher is more important.
   std::int64_t priority;
+  /// Type names of the services this one depends on (declared ones).
   std::vector<std::string> dependencies;
+  /// The declared thread-safety class.
   ThreadSafety threadSafety;
 
   /// True when the scope is `singleton`, `scoped`, `lazy` or `container` and `isLazy` is false.
@@ -43,14 +55,23 @@ struct DependencyMetadata {
 
   /// Optional replacements for `with`; an absent member keeps the current value.
   struct Changes {
+    /// Replaces `scope`.
     std::optional<DependencyScope> scope = std::nullopt;
+    /// Replaces `lifetime`.
     std::optional<DependencyLifetime> lifetime = std::nullopt;
+    /// Replaces `isLazy`.
     std::optional<bool> isLazy = std::nullopt;
+    /// Replaces `isThreadSafe`.
     std::optional<bool> isThreadSafe = std::nullopt;
+    /// Replaces `tags`.
     std::optional<std::vector<std::string>> tags = std::nullopt;
+    /// Replaces `customData`.
     std::optional<std::map<std::string, std::string>> customData = std::nullopt;
+    /// Replaces `typeName`.
     std::optional<std::string> typeName = std::nullopt;
+    /// Replaces `supportsCircularDetection`.
     std::optional<bool> supportsCircularDetection = std::nullopt;
+    /// Replaces `priority`.
     std::optional<std::int64_t> priority = std::nullopt;
   };
 
@@ -72,8 +93,10 @@ void from_json(const nlohmann::json& json, DependencyMetadata& metadata);
 
 }  // namespace tavreldi
 
-/// Hashes the nine fields that equality compares.
+// Hashes the nine fields that equality compares.
+/// \cond
 template <>
 struct std::hash<tavreldi::DependencyMetadata> {
   std::size_t operator()(const tavreldi::DependencyMetadata& metadata) const noexcept;
 };
+/// \endcond

@@ -62,8 +62,9 @@ class DecodingError : public std::runtime_error {
 
 }  // namespace tavreldi
 
-/// JSON form of every enumeration with a raw-value table: its raw text. Decoding text that
-/// matches no case, or a value that is not text, throws `tavreldi::DecodingError`.
+// JSON form of every enumeration with a raw-value table: its raw text. Decoding text that
+// matches no case, or a value that is not text, throws `tavreldi::DecodingError`.
+/// \cond
 template <tavreldi::RawValueEnum E>
 struct nlohmann::adl_serializer<E, void> {
   template <class BasicJson>
@@ -85,3 +86,4 @@ struct nlohmann::adl_serializer<E, void> {
     value = *decoded;
   }
 };
+/// \endcond

@@ -34,6 +34,7 @@ struct EnumTraits<ResolutionErrorKind> {
 /// e.g. "Type not registered: A" or "Circular dependency detected: A -> B -> A".
 class DependencyResolutionError : public std::exception {
  public:
+  /// The error's case.
   using Kind = ResolutionErrorKind;
 
   /// "Type not registered: " + name.
@@ -58,6 +59,7 @@ class DependencyResolutionError : public std::exception {
   /// The error's description.
   [[nodiscard]] const char* what() const noexcept override { return description_.c_str(); }
 
+  /// Equal when the case, the text and the names are equal.
   friend bool operator==(const DependencyResolutionError& a, const DependencyResolutionError& b) {
     return a.kind_ == b.kind_ && a.value_ == b.value_ && a.cycle_ == b.cycle_;
   }
@@ -73,14 +75,17 @@ class DependencyResolutionError : public std::exception {
 /// A cycle report with a free-text message. `what()` is "Circular Dependency: " + message.
 class CircularDependencyException : public std::exception {
  public:
+  /// A cycle report; `what()` becomes "Circular Dependency: " + `message`.
   CircularDependencyException(std::string message, std::vector<std::string> cycle);
 
   /// The free-text message.
   [[nodiscard]] const std::string& message() const noexcept { return message_; }
   /// The type names that form the cycle.
   [[nodiscard]] const std::vector<std::string>& cycle() const noexcept { return cycle_; }
+  /// "Circular Dependency: " + the message.
   [[nodiscard]] const char* what() const noexcept override { return description_.c_str(); }
 
+  /// Equal when the message and the names are equal.
   friend bool operator==(const CircularDependencyException& a,
                          const CircularDependencyException& b) {
     return a.message_ == b.message_ && a.cycle_ == b.cycle_;

@@ -64,6 +64,7 @@ void writeLine(std::string_view line);
 /// see each other's lines. `sink` must outlive this object.
 class ScopedLineSink {
  public:
+  /// Installs `sink` for the calling thread.
   explicit ScopedLineSink(LineSink& sink) noexcept;
   ~ScopedLineSink();
   ScopedLineSink(const ScopedLineSink&) = delete;

@@ -15,9 +15,13 @@ namespace tavreldi {
 /// component: `app::Repository<app::User>` gives `Repository<User>`), its fully qualified
 /// name and its `std::type_info`. One key exists per type for the life of the process.
 struct ServiceKey {
+  /// A small number unique to the type within the process.
   std::size_t id;
+  /// The service name (namespaces stripped), the key of every container map.
   std::string_view name;
+  /// The fully qualified type name.
   std::string_view qualifiedName;
+  /// The type's `std::type_info`.
   const std::type_info* type;
 };
 

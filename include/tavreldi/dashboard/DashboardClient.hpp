@@ -3,6 +3,9 @@
 /// \file
 /// The client that keeps a remote dashboard in step with a container's dependency graph.
 
+#include "tavreldi/core/Config.hpp"
+// (first: the Asio headers below read the settings it makes)
+
 #include <asio/awaitable.hpp>
 #include <chrono>
 #include <cstddef>

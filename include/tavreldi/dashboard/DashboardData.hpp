@@ -15,10 +15,14 @@ namespace tavreldi {
 
 /// One service as the dashboard lists it.
 struct DashboardService {
+  /// The service's type name.
   std::string id;
+  /// Its scope.
   DependencyScope scope = DependencyScope::singleton;
+  /// Its architectural layer (as in `DependencyNode::layer`).
   std::int64_t layer = 0;
 
+  /// Equal when every field is equal.
   friend bool operator==(const DashboardService&, const DashboardService&) = default;
 };
 
@@ -26,12 +30,18 @@ struct DashboardService {
 struct DashboardData {
   /// When the dashboard was last updated.
   Timestamp updatedAt;
+  /// The number of services.
   std::int64_t totalNodes = 0;
+  /// The number of dependency edges.
   std::int64_t totalDependencies = 0;
+  /// The overall health score.
   double healthScore = 0;
+  /// True when the graph had a cycle.
   bool hasCircularDependencies = false;
+  /// The services, as the dashboard lists them.
   std::vector<DashboardService> services;
 
+  /// Equal when every field is equal.
   friend bool operator==(const DashboardData&, const DashboardData&) = default;
 };
 

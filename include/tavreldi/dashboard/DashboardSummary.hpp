@@ -19,36 +19,54 @@ namespace tavreldi {
 
 /// One node of the summary: the identifying and classifying fields of a `DependencyNode`.
 struct DashboardNodeSummary {
+  /// The node's id (its type name).
   std::string id;
+  /// The node's scope.
   DependencyScope scope = DependencyScope::singleton;
+  /// The node's layer.
   std::int64_t layer = 0;
+  /// The node's type.
   NodeType type = NodeType::component;
+  /// True when the node lies on a cycle.
   bool isCircular = false;
 
+  /// Equal when every field is equal.
   friend bool operator==(const DashboardNodeSummary&, const DashboardNodeSummary&) = default;
 };
 
 /// One edge of the summary: its ends, its kind and whether it lies on a cycle.
 struct DashboardEdgeSummary {
+  /// The dependent service.
   std::string from;
+  /// The service it depends on.
   std::string to;
+  /// The kind of relationship.
   RelationshipType relationshipType = RelationshipType::dependency;
+  /// True when the edge lies on a cycle.
   bool isCircular = false;
 
+  /// Equal when every field is equal.
   friend bool operator==(const DashboardEdgeSummary&, const DashboardEdgeSummary&) = default;
 };
 
 /// The analysis figures of the summary, taken from the graph's `GraphAnalysis`.
 struct DashboardAnalysisSummary {
+  /// `GraphAnalysis::totalNodes`.
   std::int64_t totalNodes = 0;
+  /// `GraphAnalysis::totalDependencies`.
   std::int64_t totalDependencies = 0;
+  /// `GraphAnalysis::maxDepth`.
   std::int64_t maxDepth = 0;
+  /// `GraphAnalysis::hasCircularDependencies`.
   bool hasCircularDependencies = false;
+  /// `GraphAnalysis::circularDependencyChains`.
   std::vector<std::vector<std::string>> circularDependencyChains;
   /// The overall health score (`HealthScore::overall`).
   double healthScore = 0;
+  /// `GraphAnalysis::cacheEfficiency`.
   double cacheEfficiency = 0;
 
+  /// Equal when every field is equal.
   friend bool operator==(const DashboardAnalysisSummary&,
                          const DashboardAnalysisSummary&) = default;
 };
@@ -56,11 +74,16 @@ struct DashboardAnalysisSummary {
 /// What one upload sends: nodes and edges in the graph's order, the analysis figures and the
 /// time the summary was made.
 struct DashboardSummary {
+  /// The nodes, in the graph's order.
   std::vector<DashboardNodeSummary> nodes;
+  /// The edges, in the graph's order.
   std::vector<DashboardEdgeSummary> edges;
+  /// The analysis figures.
   DashboardAnalysisSummary analysis;
+  /// When the summary was made.
   Timestamp timestamp;
 
+  /// Equal when every field is equal.
   friend bool operator==(const DashboardSummary&, const DashboardSummary&) = default;
 };
 

@@ -70,16 +70,26 @@ struct EnumTraits<PerformanceImpact> {
 
 /// One dependency between two nodes. Identity (equality and hash) is the pair `from`, `to`.
 struct DependencyEdge {
+  /// The id of the depending node.
   Name from;
+  /// The id of the node depended on.
   Name to;
+  /// A free-form relation label.
   std::string relationship;
+  /// True when the edge closes or lies on a cycle.
   bool isCircular = false;
+  /// Kind of relation.
   RelationshipType relationshipType = RelationshipType::dependency;
+  /// How tight the coupling is.
   RelationshipStrength strength = RelationshipStrength::weak;
+  /// Direction of the relation.
   EdgeDirection direction = EdgeDirection::unidirectional;
+  /// Cost of following the edge.
   PerformanceImpact performanceImpact = PerformanceImpact::low;
+  /// Descriptive key/value pairs.
   Metadata metadata;
 
+  /// Equal when both ends are equal.
   friend bool operator==(const DependencyEdge& a, const DependencyEdge& b) {
     return a.from == b.from && a.to == b.to;
   }
@@ -92,6 +102,7 @@ void from_json(const nlohmann::json& json, DependencyEdge& edge);
 
 }  // namespace tavreldi
 
+/// \cond
 template <>
 struct std::hash<tavreldi::DependencyEdge> {
   std::size_t operator()(const tavreldi::DependencyEdge& edge) const noexcept {
@@ -99,3 +110,4 @@ struct std::hash<tavreldi::DependencyEdge> {
     return h ^ (std::hash<tavreldi::Name>{}(edge.to) + 0x9e3779b97f4a7c15ULL + (h << 6) + (h >> 2));
   }
 };
+/// \endcond

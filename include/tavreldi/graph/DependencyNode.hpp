@@ -23,8 +23,11 @@ namespace tavreldi {
 
 /// A point on a drawing canvas, in points. Its JSON form is the array `[x, y]`.
 struct Point {
+  /// Horizontal position.
   double x = 0;
+  /// Vertical position.
   double y = 0;
+  /// Equal when every field is equal.
   friend bool operator==(const Point&, const Point&) = default;
 };
 
@@ -80,30 +83,49 @@ struct EnumTraits<ComplexityLevel> {
   static constexpr std::array<std::string_view, 4> rawValues{"Low", "Medium", "High", "Critical"};
 };
 
-/// Per-node performance figures.
+/// Per-node performance figures. In a graph from `getDependencyGraph` these are random sample
+/// figures, by design; what the container measured is `ServiceStatistics`.
 struct NodePerformanceMetrics {
+  /// Seconds per resolution.
   double resolutionTime = 0;
+  /// Bytes.
   double memoryFootprint = 0;
+  /// Share of resolutions served from a cache, 0 to 1.
   double cacheHitRate = 0;
+  /// How often the type was resolved.
   std::int64_t resolutionCount = 0;
+  /// When it was last resolved, if known.
   std::optional<Timestamp> lastResolved;
 };
 
 /// One registered type in the graph. Identity (equality and hash) is `id` alone.
 struct DependencyNode {
+  /// The registered type's name.
   Name id;
+  /// The registration's scope.
   DependencyScope scope = DependencyScope::singleton;
+  /// Names of the types this one depends on (declared and observed).
   NameList dependencies;
+  /// Architectural layer from the name: 1 API, 2 Repository, 3 UseCase, 4 ViewModel, else 0.
   std::int64_t layer = 0;
+  /// True when the node lies on a dependency cycle.
   bool isCircular = false;
+  /// Place on a drawing canvas, in points.
   Point position;
+  /// Kind of component, from the name.
   NodeType type = NodeType::component;
+  /// Architectural category, from the name.
   NodeCategory category = NodeCategory::infrastructure;
+  /// Complexity class, from the number of dependencies.
   ComplexityLevel complexity = ComplexityLevel::low;
+  /// Per-node performance figures.
   NodePerformanceMetrics performanceMetrics;
+  /// Descriptive key/value pairs.
   Metadata metadata;
+  /// Lower-case labels.
   NameList tags;
 
+  /// Equal when the ids are equal.
   friend bool operator==(const DependencyNode& a, const DependencyNode& b) { return a.id == b.id; }
 };
 
@@ -123,9 +145,11 @@ void from_json(const nlohmann::json& json, Point& point);
 
 }  // namespace tavreldi
 
+/// \cond
 template <>
 struct std::hash<tavreldi::DependencyNode> {
   std::size_t operator()(const tavreldi::DependencyNode& node) const noexcept {
     return std::hash<tavreldi::Name>{}(node.id);
   }
 };
+/// \endcond

@@ -14,13 +14,17 @@ namespace tavreldi {
 
 /// A registered service as `findRegistrationProblems` sees it.
 struct RegisteredService {
+  /// The service's type name.
   std::string_view name;
+  /// Its scope.
   DependencyScope scope = DependencyScope::singleton;
 };
 
 /// One dependency: `from` depends on `to`.
 struct ServiceDependency {
+  /// The dependent service.
   std::string_view from;
+  /// The service it depends on.
   std::string_view to;
 };
 

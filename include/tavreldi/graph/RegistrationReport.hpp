@@ -33,6 +33,7 @@ struct EnumTraits<RegistrationProblemKind> {
 
 /// One problem of one registration.
 struct RegistrationProblem {
+  /// What is wrong.
   RegistrationProblemKind kind = RegistrationProblemKind::missingDependency;
   /// The registration the problem belongs to (for a cycle, its first member in registration
   /// order).
@@ -44,6 +45,7 @@ struct RegistrationProblem {
   /// registered".
   std::string message;
 
+  /// Equal when every field is equal.
   friend bool operator==(const RegistrationProblem&, const RegistrationProblem&) = default;
 };
 
@@ -56,6 +58,7 @@ struct RegistrationReport {
   /// True when no problem was found.
   [[nodiscard]] bool ok() const noexcept { return problems.empty(); }
 
+  /// Equal when every field is equal.
   friend bool operator==(const RegistrationReport&, const RegistrationReport&) = default;
 };
 

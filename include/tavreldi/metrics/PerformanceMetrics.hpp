@@ -25,17 +25,30 @@ struct EnumTraits<PerformanceTrend> {
 
 /// A snapshot of a container's counters and timings. An immutable value.
 struct PerformanceMetrics {
+  /// The number of registered names.
   std::int64_t totalRegistrations;
+  /// Resolutions completed, cache hits included.
   std::int64_t totalResolutions;
+  /// Mean over the types of each one's latest resolution time, in seconds.
   double averageResolutionTime;
+  /// The greatest of those times, in seconds.
   double maxResolutionTime;
+  /// The smallest of those times, in seconds.
   double minResolutionTime;
+  /// A nominal estimate of the container's footprint (cached entries × 0.001), not the process
+  /// size.
   std::int64_t memoryUsage;
+  /// Cache hits ÷ resolutions, 0 to 1 (0 before any resolution).
   double cacheHitRatio;
+  /// The number of cycles among the observed dependencies.
   std::int64_t circularDependencyCount;
+  /// Failed resolutions (the container reports 0).
   std::int64_t failedResolutions;
+  /// Successful resolutions (the container reports `totalResolutions`).
   std::int64_t successfulResolutions;
+  /// When the snapshot was taken.
   Timestamp timestamp;
+  /// The trend (the container reports `stable`).
   PerformanceTrend trend;
 
   /// successful ÷ (successful + failed), 0 when there were none. Aborts on counter overflow.

@@ -18,9 +18,13 @@ namespace tavreldi {
 /// One telemetry value: a whole number, a double, a Boolean, a text or a list of values.
 class AnalyticsValue {
  public:
+  /// A list of values.
   using List = std::vector<AnalyticsValue>;
+  /// The alternatives a value holds.
   using Storage = std::variant<std::int64_t, double, bool, std::string, List>;
 
+  ///@{
+  /// A value holding `v` (an `int` as a whole number, any text as a `std::string`).
   AnalyticsValue(std::int64_t v) : storage_(v) {}            // NOLINT(google-explicit-constructor)
   AnalyticsValue(int v) : storage_(std::int64_t{v}) {}       // NOLINT(google-explicit-constructor)
   AnalyticsValue(double v) : storage_(v) {}                  // NOLINT(google-explicit-constructor)
@@ -29,6 +33,7 @@ class AnalyticsValue {
   AnalyticsValue(std::string_view v) : storage_(std::string(v)) {}  // NOLINT
   AnalyticsValue(const char* v) : storage_(std::string(v)) {}       // NOLINT
   AnalyticsValue(List v) : storage_(std::move(v)) {}                // NOLINT
+  ///@}
   /// A list of texts (for example a resolution stack or a cycle).
   AnalyticsValue(const std::vector<std::string>& v);  // NOLINT
 
@@ -48,6 +53,7 @@ class AnalyticsValue {
   /// platform's debug text form writes them).
   [[nodiscard]] std::string toQuotedString() const;
 
+  /// Equal when every field is equal.
   friend bool operator==(const AnalyticsValue& a, const AnalyticsValue& b) = default;
 
  private:
@@ -58,6 +64,7 @@ class AnalyticsValue {
 /// value in place.
 class ParameterMap {
  public:
+  /// A key and its value.
   using Entry = std::pair<std::string, AnalyticsValue>;
 
   ParameterMap() = default;
@@ -72,16 +79,20 @@ class ParameterMap {
   }
   /// The value of `key`, or null.
   [[nodiscard]] const AnalyticsValue* find(std::string_view key) const noexcept;
+  ///@{
+  /// The entries in insertion order.
   [[nodiscard]] bool empty() const noexcept { return entries_.empty(); }
   [[nodiscard]] std::size_t size() const noexcept { return entries_.size(); }
   [[nodiscard]] auto begin() const noexcept { return entries_.begin(); }
   [[nodiscard]] auto end() const noexcept { return entries_.end(); }
   [[nodiscard]] const std::vector<Entry>& entries() const noexcept { return entries_; }
+  ///@}
 
   /// The map's text form: `["type": "UserService", "count": 2]` (text keys and text values in
   /// double quotes), `[:]` when empty.
   [[nodiscard]] std::string toString() const;
 
+  /// Equal when every field is equal.
   friend bool operator==(const ParameterMap& a, const ParameterMap& b) = default;
 
  private:

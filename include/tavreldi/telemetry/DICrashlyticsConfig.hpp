@@ -25,6 +25,7 @@ struct EnumTraits<CrashlyticsLogLevel> {
 /// framework itself (a back end may honour it).
 class DICrashlyticsConfig {
  public:
+  /// A configuration of the given values.
   DICrashlyticsConfig(bool enabled, CrashlyticsLogLevel logLevel, bool autoCrashReporting,
                       std::map<std::string, std::string> customKeys)
       : enabled_(enabled),
@@ -37,9 +38,13 @@ class DICrashlyticsConfig {
     return {true, CrashlyticsLogLevel::warning, true, {}};
   }
 
+  /// Whether crash reporting is on.
   [[nodiscard]] bool enabled() const noexcept { return enabled_; }
+  /// The least level to report.
   [[nodiscard]] CrashlyticsLogLevel logLevel() const noexcept { return logLevel_; }
+  /// Whether crashes are reported automatically.
   [[nodiscard]] bool autoCrashReporting() const noexcept { return autoCrashReporting_; }
+  /// Keys to attach to every report.
   [[nodiscard]] const std::map<std::string, std::string>& customKeys() const noexcept {
     return customKeys_;
   }

@@ -3,6 +3,9 @@
 /// \file
 /// The front object that draws a container's current registrations.
 
+#include "tavreldi/core/Config.hpp"
+// (first: the Asio headers below read the settings it makes)
+
 #include <asio/awaitable.hpp>
 #include <memory>
 #include <string>

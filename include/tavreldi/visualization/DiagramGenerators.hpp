@@ -4,6 +4,9 @@
 /// Turns a dependency graph into diagram text: Mermaid, Graphviz DOT, JSON and five plain-text
 /// layouts.
 
+#include "tavreldi/core/Config.hpp"
+// (first: the Asio headers below read the settings it makes)
+
 #include <asio/awaitable.hpp>
 #include <cstddef>
 #include <cstdint>

@@ -44,26 +44,40 @@ struct EnumTraits<OutputFormat> {
 
 /// Configures a `DependencyVisualizer`; every field is given at construction, in this order.
 struct VisualizationConfig {
+  /// The diagram to draw; the only field besides `maxDepth` that the visualizer reads.
   VisualizationType type;
+  /// The intended output format (carried; no generator reads it).
   OutputFormat format;
+  /// Carried for the caller; no generator reads it.
   bool showScopes;
+  /// Carried for the caller; no generator reads it.
   bool showLifetimes;
+  /// Carried for the caller; no generator reads it.
   bool showDependencies;
+  /// Carried for the caller; no generator reads it.
   bool groupByLayer;
+  /// Carried for the caller; no generator reads it.
   bool colorizeByScope;
+  /// Carried for the caller; no generator reads it.
   bool interactive;
   /// Depth limit handed to the tree diagram.
   std::int64_t maxDepth;
+  /// Carried for the caller; no generator reads it.
   bool includeCircular;
+  /// Carried for the caller; no generator reads it.
   bool enableAsyncRendering;
+  /// Carried for the caller; no generator reads it.
   bool enableProgressTracking;
 
+  /// Equal when every field is equal.
   friend bool operator==(const VisualizationConfig&, const VisualizationConfig&) = default;
 };
 
 /// Describes one node of a diagram in record form.
 struct VisualizationNode {
+  /// The node's id.
   std::string id;
+  /// The text shown for it.
   std::string label;
   /// Kind of node, as text.
   std::string type;
@@ -71,31 +85,44 @@ struct VisualizationNode {
   std::string scope;
   /// Layer number as text (never a JSON number).
   std::string layer;
+  /// True when the node lies on a cycle.
   bool isCircular = false;
+  /// Ids of the nodes it depends on.
   std::vector<std::string> dependencies;
+  /// Free annotations.
   std::map<std::string, std::string> metadata;
 
+  /// Equal when every field is equal.
   friend bool operator==(const VisualizationNode&, const VisualizationNode&) = default;
 };
 
 /// Describes one edge of a diagram in record form.
 struct VisualizationEdge {
+  /// The depending node's id.
   std::string from;
+  /// The id of the node depended on.
   std::string to;
   /// Kind of relationship, as text.
   std::string type;
+  /// The text shown on the edge.
   std::string label;
+  /// True when the edge lies on a cycle.
   bool isCircular = false;
 
+  /// Equal when every field is equal.
   friend bool operator==(const VisualizationEdge&, const VisualizationEdge&) = default;
 };
 
 /// Holds the nodes, edges and free annotations of one diagram.
 struct VisualizationData {
+  /// The nodes.
   std::vector<VisualizationNode> nodes;
+  /// The edges.
   std::vector<VisualizationEdge> edges;
+  /// Free annotations.
   std::map<std::string, std::string> metadata;
 
+  /// Equal when every field is equal.
   friend bool operator==(const VisualizationData&, const VisualizationData&) = default;
 };
 
