@@ -1,13 +1,15 @@
-// Compiles and runs the README's usage example, and checks that the README shows it verbatim.
+// Compiles and runs the README's examples, and checks that the README shows them verbatim.
 
 #include <gtest/gtest.h>
 
 #include <fstream>
 #include <iterator>
+#include <utility>
 
 #include "tavreldi/core/LineWriter.hpp"
 
 std::string quickstart();
+std::pair<long, long> invoiceTimes();
 
 namespace {
 
@@ -19,11 +21,15 @@ std::string readFile(const std::string& path) {
 TEST(ReadmeExample, RunsAndIsShownVerbatim) {
   tavreldi::LineRecorder quiet;
   EXPECT_EQ(quickstart(), "Greeter -> Logger");
-  const auto example = readFile(TAVRELDI_SOURCE_DIR "/docs/examples/quickstart.cpp");
+  // The override example: the app keeps its real clock, the test's child sees the fake.
+  EXPECT_EQ(invoiceTimes(), std::pair(1L, 42L));
   const auto readme = readFile(TAVRELDI_SOURCE_DIR "/README.md");
-  ASSERT_FALSE(example.empty());
-  EXPECT_NE(readme.find(example), std::string::npos)
-      << "README.md must contain docs/examples/quickstart.cpp verbatim";
+  for (const char* file : {"quickstart.cpp", "overrides.cpp"}) {
+    const auto example = readFile(std::string(TAVRELDI_SOURCE_DIR "/docs/examples/") + file);
+    ASSERT_FALSE(example.empty()) << file;
+    EXPECT_NE(readme.find(example), std::string::npos)
+        << "README.md must contain docs/examples/" << file << " verbatim";
+  }
 }
 
 }  // namespace
