@@ -83,6 +83,8 @@ asio::awaitable<AnyInstance> resolveInAncestor(const ParentLink& link, const Ser
 asio::awaitable<std::optional<AnyInstance>> resolveInherited(AdvancedDIContainerImpl& child,
                                                              Slot& slot, const ServiceKey* key,
                                                              const ResolutionFrame* from) {
+  // A copy, held across the suspensions below: the child may be destroyed meanwhile.
+  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
   const std::shared_ptr<ContainerState> keep = child.sharedState();
   ContainerState& s = *keep;
   std::string name = slot.name;

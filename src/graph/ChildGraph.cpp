@@ -31,6 +31,8 @@ Slot& addRegistration(ContainerState& view, const std::string& name,
 }  // namespace
 
 asio::awaitable<ChildGraphView> childGraphView(AdvancedDIContainerImpl& child) {
+  // A copy, held across the suspensions below: the child may be destroyed meanwhile.
+  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
   const std::shared_ptr<ContainerState> keep = child.sharedState();
   const ContainerState& s = *keep;
   const std::vector<InheritedRegistration> inherited =
