@@ -164,8 +164,8 @@ TEST_F(ChildContainers, KeyedRegistrationsLiveSideBySide) {
   auto c = makeContainer();
   LineRecorder recorder;
   c->registerType<crm::Client>("billing", S::singleton);
-  c->registerSync<crm::Client>(
-      "crm", S::lazy, [](AdvancedDIContainer&) { return std::make_shared<crm::Client>(); });
+  c->registerInstance("crm", std::make_shared<crm::Client>(), S::lazy);
+  run(c->awaitPendingRegistrations());
   c->registerType<crm::Client>(S::singleton);
   c->registerAsync<Greeter>(S::transient,
                             [](AdvancedDIContainer& c) -> asio::awaitable<P<Greeter>> {
