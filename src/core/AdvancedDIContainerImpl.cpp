@@ -14,8 +14,10 @@
 #include <optional>
 #include <stdexcept>
 
+#include "core/detail/ChildContainer.hpp"
 #include "core/detail/ContainerState.hpp"
 #include "core/detail/HomeThread.hpp"
+#include "core/detail/NameCollision.hpp"
 #include "core/detail/Output.hpp"
 #include "core/detail/ResolutionContext.hpp"
 #include "core/detail/SharedCreation.hpp"
@@ -178,6 +180,7 @@ Slot* servableFromCache(ContainerState& s, const ServiceKey& key, const Resoluti
   if (key.id >= s.byTypeId.size()) return nullptr;
   Slot* slot = s.byTypeId[key.id];
   if (slot == nullptr || !slot->metadata) return nullptr;
+  if (s.parentLink != nullptr && !slot->inRegistry) return nullptr;  // the parent's to resolve
   const DependencyScope scope = slot->metadata->scope;
   const AnyInstance* cache = cachedInstance(s, *slot, scope);
   if (cache == nullptr || !matches(*cache, &key)) return nullptr;
@@ -207,6 +210,11 @@ asio::awaitable<AnyInstance> resolveOnHome(AdvancedDIContainerImpl& self, const 
   }
   const auto start = Clock::now();
   Slot& slot = key != nullptr ? s.obtain(*key) : s.obtain(name);
+  if (s.parentLink != nullptr && !slot.inRegistry) {  // a child's name it may inherit
+    std::optional<AnyInstance> inherited =
+        co_await detail::resolveInherited(self, slot, key, parent);
+    if (inherited) co_return std::move(*inherited);
+  }
   const std::string& n = slot.name;
   const DIContainerConfig& config = s.config;
   detail::HeldLines lines;  // released before every suspension and every call of user code
@@ -417,6 +425,10 @@ AnyInstance resolveSyncWithin(ContainerState& s, const ServiceKey& key,
                               const ResolutionFrame* parent) {
   s.requireHomeThread("resolveSync");
   Slot& slot = s.obtain(key);
+  if (s.parentLink != nullptr && !slot.inRegistry) {  // a child's name it may inherit
+    if (std::optional<AnyInstance> inherited = resolveSyncInherited(s, slot, key))
+      return *inherited;
+  }
   printLine("🔍 Resolving synchronously: ", slot.name);
   if (s.config.enableCircularDependencyDetection()) {
     for (const ResolutionFrame* f = parent; f != nullptr; f = f->parent) {
@@ -476,6 +488,8 @@ void AdvancedDIContainerImpl::registerFactory(const ServiceKey& key, DependencyS
   ContainerState& s = *state_;
   s.requireHomeThread("register");
   Slot& slot = s.obtain(key);
+  detail::noteRegisteredType(s, slot, key);
+  if (s.parentLink != nullptr) detail::forgetOverridden(s, slot);
   slot.metadata = DependencyMetadata{scope,
                                      lifetime,
                                      false,
@@ -509,6 +523,8 @@ void AdvancedDIContainerImpl::registerMetadata(const ServiceKey& key, Dependency
   ContainerState& s = *state_;
   s.requireHomeThread("registerWithMetadata");
   Slot& slot = s.obtain(key);
+  detail::noteRegisteredType(s, slot, key);
+  if (s.parentLink != nullptr) detail::forgetOverridden(s, slot);
   slot.metadata = std::move(metadata);
   s.addToRegistry(slot);
 }
@@ -543,8 +559,8 @@ asio::awaitable<void> AdvancedDIContainerImpl::awaitPendingRegistrations() {
 std::optional<DependencyMetadata> AdvancedDIContainerImpl::getMetadata(
     std::string_view name) const {
   state_->requireHomeThread("getMetadata");
-  const Slot* slot = state_->find(name);
-  if (slot == nullptr || !slot->metadata) return std::nullopt;
+  const Slot* slot = state_->find(name);  // a child's borrowed registration is not its own
+  if (slot == nullptr || !slot->inRegistry || !slot->metadata) return std::nullopt;
   return slot->metadata;
 }
 

@@ -30,6 +30,9 @@ ContainerBuilder::ContainerBuilder(DIContainerConfig config, asio::any_io_execut
     : container_(std::make_shared<AdvancedDIContainerImpl>(config, std::move(executor))),
       gate_(std::make_unique<BuildGate>()) {}
 
+ContainerBuilder::ContainerBuilder(const std::shared_ptr<AdvancedDIContainerImpl>& parent)
+    : container_(parent->createChild()), gate_(std::make_unique<BuildGate>()) {}
+
 ContainerBuilder::~ContainerBuilder() = default;
 
 ContainerBuilder& ContainerBuilder::enqueueRegistration(

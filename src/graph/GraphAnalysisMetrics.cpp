@@ -15,6 +15,7 @@
 
 #include "core/detail/ContainerState.hpp"
 #include "core/detail/HomeThread.hpp"
+#include "graph/detail/ChildGraph.hpp"
 #include "graph/detail/GraphBuilding.hpp"
 #include "tavreldi/core/AdvancedDIContainerImpl.hpp"
 #include "tavreldi/graph/CriticalPaths.hpp"
@@ -307,6 +308,10 @@ GraphAnalysis detail::analyseGraph(const AdvancedDIContainerImpl& container,
 
 asio::awaitable<DependencyGraph> AdvancedDIContainerImpl::getDependencyGraph() {
   co_await detail::switchToHomeThread(*state_);
+  if (state_->parentLink != nullptr) {
+    DependencyGraph graph = co_await detail::childDependencyGraph(*this);
+    co_return graph;
+  }
   const auto start = std::chrono::steady_clock::now();
   detail::NodesAndEdges built = detail::buildNodesAndEdges(*state_);
   GraphAnalysis analysis = detail::analyseGraph(*this, built, start);
@@ -315,6 +320,10 @@ asio::awaitable<DependencyGraph> AdvancedDIContainerImpl::getDependencyGraph() {
 
 asio::awaitable<GraphAnalysis> AdvancedDIContainerImpl::analyzeDependencyGraph() {
   co_await detail::switchToHomeThread(*state_);
+  if (state_->parentLink != nullptr) {
+    DependencyGraph graph = co_await detail::childDependencyGraph(*this);
+    co_return std::move(graph.analysis);
+  }
   const auto start = std::chrono::steady_clock::now();
   const detail::NodesAndEdges built = detail::buildNodesAndEdges(*state_);
   co_return detail::analyseGraph(*this, built, start);
@@ -322,6 +331,10 @@ asio::awaitable<GraphAnalysis> AdvancedDIContainerImpl::analyzeDependencyGraph()
 
 asio::awaitable<GraphAnalysis> AdvancedDIContainerImpl::analyzeDependencyGraphWithMetrics() {
   co_await detail::switchToHomeThread(*state_);
+  if (state_->parentLink != nullptr) {
+    DependencyGraph graph = co_await detail::childDependencyGraph(*this);
+    co_return std::move(graph.analysis);
+  }
   const auto start = std::chrono::steady_clock::now();
   const detail::NodesAndEdges built = detail::buildNodesAndEdges(*state_);
   co_return detail::analyseGraph(*this, built, start);

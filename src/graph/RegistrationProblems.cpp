@@ -73,9 +73,20 @@ RegistrationReport findRegistrationProblems(std::span<const RegisteredService> s
   std::unordered_map<std::string_view, std::uint32_t> index;
   index.reserve(services.size());
   std::vector<const RegisteredService*> registered;
+  // Per service that was given several types: every distinct type, in the order given.
+  std::unordered_map<std::uint32_t, std::vector<std::string_view>> typesOf;
   for (const RegisteredService& service : services) {
-    if (index.try_emplace(service.name, static_cast<std::uint32_t>(registered.size())).second) {
+    const auto [at, added] =
+        index.try_emplace(service.name, static_cast<std::uint32_t>(registered.size()));
+    if (added) {
       registered.push_back(&service);
+    } else if (!service.type.empty()) {
+      auto& types = typesOf[at->second];
+      const std::string_view first = registered[at->second]->type;
+      if (types.empty() && !first.empty()) types.push_back(first);
+      if (std::find(types.begin(), types.end(), service.type) == types.end()) {
+        types.push_back(service.type);
+      }
     }
   }
   const auto n = static_cast<std::uint32_t>(registered.size());
@@ -140,6 +151,18 @@ RegistrationReport findRegistrationProblems(std::span<const RegisteredService> s
   };
   for (std::uint32_t v = 0; v < n; ++v) {
     const RegisteredService& service = *registered[v];
+    if (const auto types = typesOf.find(v); types != typesOf.end()) {
+      for (std::size_t t = 1; t < types->second.size(); ++t) {
+        const std::string_view first = types->second.front();
+        const std::string_view other = types->second[t];
+        report.problems.push_back(
+            {RegistrationProblemKind::nameCollision,
+             std::string(service.name),
+             {std::string(first), std::string(other)},
+             fmt::format("{} names two types, {} and {}; only one of them can be resolved",
+                         service.name, first, other)});
+      }
+    }
     for (std::uint32_t e = all.offsets[v]; e < all.offsets[v + 1]; ++e) {
       const std::uint32_t to = all.targets[e];
       const std::string_view dependency = nameOf(to);

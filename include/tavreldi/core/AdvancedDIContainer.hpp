@@ -21,6 +21,7 @@
 #include "tavreldi/core/AutoWiring.hpp"
 #include "tavreldi/core/DependencyMetadata.hpp"
 #include "tavreldi/core/DependencyScope.hpp"
+#include "tavreldi/core/KeyedService.hpp"
 #include "tavreldi/core/TypeName.hpp"
 #include "tavreldi/graph/DependencyGraph.hpp"
 #include "tavreldi/graph/RegistrationReport.hpp"
@@ -181,6 +182,42 @@ class AdvancedDIContainer {
                     FactoryType::async(Wiring::template factory<AdvancedDIContainer>()));
     detail::declareDependencies(*this, serviceKey<T>(), Wiring::dependencyKeys());
   }
+  /// Keyed registrations: the same as the forms above, for `T` under `key`, a service of its
+  /// own named `T[key]` (see `serviceKey<T>(key)`) that lives beside `T` and `T` under other
+  /// keys. Throw `DependencyResolutionError` (`validationError`) for a malformed key.
+  template <class T, class F>
+  void registerAsync(std::string_view key, DependencyScope scope, DependencyLifetime lifetime,
+                     F factory) {
+    registerFactory(serviceKey<T>(key), scope, lifetime,
+                    FactoryType::async(detail::eraseAsyncFactory<T>(std::move(factory))));
+  }
+  /// As above with lifetime `application`.
+  template <class T, class F>
+  void registerAsync(std::string_view key, DependencyScope scope, F factory) {
+    registerAsync<T>(key, scope, DependencyLifetime::application, std::move(factory));
+  }
+  /// `registerSync` of `T` under `key`.
+  template <class T, class F>
+  void registerSync(std::string_view key, DependencyScope scope, DependencyLifetime lifetime,
+                    F factory) {
+    registerFactory(serviceKey<T>(key), scope, lifetime,
+                    FactoryType::sync(detail::eraseSyncFactory<T>(std::move(factory))));
+  }
+  /// As above with lifetime `application`.
+  template <class T, class F>
+  void registerSync(std::string_view key, DependencyScope scope, F factory) {
+    registerSync<T>(key, scope, DependencyLifetime::application, std::move(factory));
+  }
+  /// `registerType` of `T` under `key`; its dependencies are resolved without keys.
+  template <class T, class... Options>
+  void registerType(std::string_view key, DependencyScope scope,
+                    DependencyLifetime lifetime = DependencyLifetime::application) {
+    using Wiring = detail::AutoWiring<T, Options...>;
+    const ServiceKey& keyed = serviceKey<T>(key);
+    registerFactory(keyed, scope, lifetime,
+                    FactoryType::async(Wiring::template factory<AdvancedDIContainer>()));
+    detail::declareDependencies(*this, keyed, Wiring::dependencyKeys());
+  }
   /// Stores `metadata` for `T` (no factory; nothing printed).
   template <class T>
   void registerWithMetadata(DependencyMetadata metadata) {  // NOLINT(*-unnecessary-value-param)
@@ -203,18 +240,25 @@ class AdvancedDIContainer {
   /// `DependencyResolutionError`, `CircularDependencyException` or the factory's own error.
   template <class T>
   [[nodiscard]] asio::awaitable<std::shared_ptr<T>> resolve() {
-    AnyInstance instance = resolveCachedInstance(serviceKey<T>());
-    if (!instance) {
-      AnyInstance made = co_await resolveInstance(serviceKey<T>());
-      instance = std::move(made);
-    }
-    co_return std::move(instance).template take<T>();
+    return resolveKeyed<T>(serviceKey<T>());
   }
   /// Hands out a cached instance of `T`; never runs a factory. Throws
   /// `DependencyResolutionError` or `CircularDependencyException`. Home thread only.
   template <class T>
   [[nodiscard]] std::shared_ptr<T> resolveSync() {
     return resolveInstanceSync(serviceKey<T>()).template take<T>();
+  }
+
+  /// Resolves `T` registered under `key` (see `resolve<T>()`). Also throws
+  /// `DependencyResolutionError` (`validationError`) for a malformed key, at the call.
+  template <class T>
+  [[nodiscard]] asio::awaitable<std::shared_ptr<T>> resolve(std::string_view key) {
+    return resolveKeyed<T>(serviceKey<T>(key));
+  }
+  /// Hands out a cached instance of `T` registered under `key` (see `resolveSync<T>()`).
+  template <class T>
+  [[nodiscard]] std::shared_ptr<T> resolveSync(std::string_view key) {
+    return resolveInstanceSync(serviceKey<T>(key)).template take<T>();
   }
 
   // ---- Convenience registrations ------------------------------------------------------
@@ -247,6 +291,18 @@ class AdvancedDIContainer {
     registerLater<T>(scope,
                      [instance = std::move(instance)](AdvancedDIContainer&)
                          -> asio::awaitable<std::shared_ptr<T>> { co_return instance; });
+  }
+  /// Registers, in a task, a factory that hands out `instance` under `key` (the key is checked
+  /// at the call).
+  template <class T>
+  void registerInstance(std::string_view key, std::shared_ptr<T> instance, DependencyScope scope) {
+    const ServiceKey* keyed = &serviceKey<T>(key);
+    auto erased = detail::eraseAsyncFactory<T>(
+        [instance = std::move(instance)](
+            AdvancedDIContainer&) -> asio::awaitable<std::shared_ptr<T>> { co_return instance; });
+    runOnContainerThread([keyed, scope, erased = std::move(erased)](AdvancedDIContainer& c) {
+      c.registerFactory(*keyed, scope, DependencyLifetime::application, FactoryType::async(erased));
+    });
   }
   /// Registers each of `Ts`, in order, in one task; each factory call receives the container
   /// and a `TypeTag` of the type being made: `factory(container, TypeTag<T>{})` returns
@@ -369,6 +425,17 @@ class AdvancedDIContainer {
   [[nodiscard]] virtual const asio::any_io_executor& executor() const noexcept = 0;
 
  private:
+  // What both forms of `resolve` do: the cached instance at once when there is one, else the
+  // whole resolution.
+  template <class T>
+  asio::awaitable<std::shared_ptr<T>> resolveKeyed(const ServiceKey& key) {
+    AnyInstance instance = resolveCachedInstance(key);
+    if (!instance) {
+      AnyInstance made = co_await resolveInstance(key);
+      instance = std::move(made);
+    }
+    co_return std::move(instance).template take<T>();
+  }
   template <class T, class F>
   void registerLater(DependencyScope scope, F factory) {
     auto erased = detail::eraseAsyncFactory<T>(std::move(factory));

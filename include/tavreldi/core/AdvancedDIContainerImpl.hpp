@@ -66,6 +66,30 @@ class AdvancedDIContainerImpl final : public AdvancedDIContainer {
   /// What the container measured for `name` (zeros when nothing). Home thread only.
   [[nodiscard]] ServiceStatistics getServiceStatistics(std::string_view name) const;
 
+  // ---- Child containers (see docs/child-containers.md) --------------------------------
+
+  /// Makes a child container with this container's configuration and executor. The child
+  /// resolves its own registrations first and leaves every other name to this container (its
+  /// parent): instances the parent caches are the parent's, made once and shared, while what
+  /// the child makes for its own registrations stays in the child. Registering a name in the
+  /// child overrides the parent's registration for the child's next resolution, even when the
+  /// parent has an instance cached; the parent is never changed by its child. A transient
+  /// registration of the parent is made by the child, so its dependencies see the overrides.
+  /// The child starts without telemetry. It refers to its parent without owning it: keep the
+  /// parent for as long as its children resolve through it (once the parent is destroyed, the
+  /// child's resolutions of inherited services throw `DependencyResolutionError`, "Container
+  /// was destroyed while resolving X"). Home thread only.
+  [[nodiscard]] std::shared_ptr<AdvancedDIContainerImpl> createChild();
+  /// As `createChild()`, with `config` instead of this container's configuration.
+  [[nodiscard]] std::shared_ptr<AdvancedDIContainerImpl> createChild(DIContainerConfig config);
+  /// As `createChild(config)`, bound to `executor`, which must run on the calling thread (the
+  /// child's home thread, which may be another than the parent's). The child reads the parent
+  /// only on the parent's thread: its resolutions of inherited services move there and back.
+  [[nodiscard]] std::shared_ptr<AdvancedDIContainerImpl> createChild(
+      DIContainerConfig config, asio::any_io_executor executor);
+  /// Whether this container was made by `createChild`.
+  [[nodiscard]] bool isChild() const noexcept;
+
   // AdvancedDIContainer
   void registerFactory(const ServiceKey& key, DependencyScope scope, DependencyLifetime lifetime,
                        FactoryType factory) override;

@@ -11,6 +11,7 @@
 #include <memory>
 #include <mutex>
 #include <span>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -33,6 +34,10 @@ class ContainerBuilder {
   /// Makes the builder and its empty container with `config`, bound to `executor`. Must be
   /// called on the thread that runs `executor` (the container's home thread).
   ContainerBuilder(DIContainerConfig config, asio::any_io_executor executor);
+  /// Makes a builder whose container is a new child of `parent` (`parent->createChild()`), so
+  /// that its registrations override the parent's (see docs/child-containers.md). Must be
+  /// called on the parent's thread.
+  explicit ContainerBuilder(const std::shared_ptr<AdvancedDIContainerImpl>& parent);
   ~ContainerBuilder();
   ContainerBuilder(const ContainerBuilder&) = delete;
   ContainerBuilder& operator=(const ContainerBuilder&) = delete;
@@ -67,6 +72,39 @@ class ContainerBuilder {
   template <class T>
   ContainerBuilder& registerInstance(std::shared_ptr<T> instance, DependencyScope scope) {
     return registerAsync<T>(scope, DependencyLifetime::application,
+                            [instance = std::move(instance)](AdvancedDIContainer&)
+                                -> asio::awaitable<std::shared_ptr<T>> { co_return instance; });
+  }
+  /// Queues `registerAsync<T>(key, scope, lifetime, factory)`: `T` under `key` (see
+  /// `serviceKey<T>(key)`; a malformed key throws here).
+  template <class T, class F>
+  ContainerBuilder& registerAsync(std::string_view key, DependencyScope scope,
+                                  DependencyLifetime lifetime, F factory) {
+    return enqueueRegistration(
+        serviceKey<T>(key), scope, lifetime,
+        FactoryType::async(detail::eraseAsyncFactory<T>(std::move(factory))));
+  }
+  /// Queues `registerSync<T>(key, scope, lifetime, factory)`.
+  template <class T, class F>
+  ContainerBuilder& registerSync(std::string_view key, DependencyScope scope,
+                                 DependencyLifetime lifetime, F factory) {
+    return enqueueRegistration(serviceKey<T>(key), scope, lifetime,
+                               FactoryType::sync(detail::eraseSyncFactory<T>(std::move(factory))));
+  }
+  /// Queues `registerType<T, Options...>(key, scope, lifetime)`.
+  template <class T, class... Options>
+  ContainerBuilder& registerType(std::string_view key, DependencyScope scope,
+                                 DependencyLifetime lifetime = DependencyLifetime::application) {
+    using Wiring = detail::AutoWiring<T, Options...>;
+    return enqueueRegistration(serviceKey<T>(key), scope, lifetime,
+                               FactoryType::async(Wiring::template factory<AdvancedDIContainer>()),
+                               Wiring::dependencyKeys());
+  }
+  /// Queues a registration of `T` under `key` that hands out `instance` itself.
+  template <class T>
+  ContainerBuilder& registerInstance(std::string_view key, std::shared_ptr<T> instance,
+                                     DependencyScope scope) {
+    return registerAsync<T>(key, scope, DependencyLifetime::application,
                             [instance = std::move(instance)](AdvancedDIContainer&)
                                 -> asio::awaitable<std::shared_ptr<T>> { co_return instance; });
   }

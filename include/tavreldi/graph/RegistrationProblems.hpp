@@ -18,6 +18,8 @@ struct RegisteredService {
   std::string_view name;
   /// Its scope.
   DependencyScope scope = DependencyScope::singleton;
+  /// The fully qualified C++ type registered under the name, when known (empty otherwise).
+  std::string_view type = {};
 };
 
 /// One dependency: `from` depends on `to`.
@@ -32,6 +34,8 @@ struct ServiceDependency {
 /// scope) against `dependencies` (in order; repeats count once, and those of unregistered
 /// services are ignored):
 ///
+/// - a name given again with a `type` that differs from every type given before for it (both
+///   non-empty) is a name collision, reported with the first type given and the new one;
 /// - a dependency on a name that is not among `services` is a missing dependency;
 /// - a `singleton`, `container`, `custom` or `lazy` service depending on a `scoped` one is a
 ///   captive dependency;

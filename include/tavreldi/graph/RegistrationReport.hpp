@@ -22,13 +22,16 @@ enum class RegistrationProblemKind {
   /// `scoped` service, which it would keep past the end of that service's scope.
   captiveDependency,
   /// It lies on a cycle of dependencies.
-  circularDependency
+  circularDependency,
+  /// Two distinct C++ types were registered under its name, which drops namespaces (e.g.
+  /// `billing::Client` and `crm::Client` as `Client`): only one of them can be resolved.
+  nameCollision
 };
 
 template <>
 struct EnumTraits<RegistrationProblemKind> {
-  static constexpr std::array<std::string_view, 3> rawValues{
-      "missingDependency", "captiveDependency", "circularDependency"};
+  static constexpr std::array<std::string_view, 4> rawValues{
+      "missingDependency", "captiveDependency", "circularDependency", "nameCollision"};
 };
 
 /// One problem of one registration.
@@ -39,7 +42,7 @@ struct RegistrationProblem {
   /// order).
   std::string service;
   /// The service and the dependency; for a cycle, the loop from `service` back to it, e.g.
-  /// `A, B, A`.
+  /// `A, B, A`; for a name collision, the two fully qualified types, the earlier first.
   std::vector<std::string> path;
   /// One line saying what is wrong, e.g. "UserRepository depends on HttpClient, which is not
   /// registered".
@@ -51,8 +54,9 @@ struct RegistrationProblem {
 
 /// The result of checking every registration.
 struct RegistrationReport {
-  /// The problems, in registration order of their `service`: for each service its missing and
-  /// captive dependencies in dependency order, then the cycle it begins, if any.
+  /// The problems, in registration order of their `service`: for each service its name
+  /// collisions, its missing and captive dependencies in dependency order, then the cycle it
+  /// begins, if any.
   std::vector<RegistrationProblem> problems;
 
   /// True when no problem was found.

@@ -21,8 +21,10 @@
 #include <string>
 #include <string_view>
 #include <thread>
+#include <typeinfo>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "tavreldi/core/AnyInstance.hpp"
@@ -38,6 +40,7 @@ namespace tavreldi::detail {
 struct GraphStructure;   // graph/detail/GraphBuilding.hpp
 struct SharedCreation;   // core/detail/SharedCreation.hpp
 struct ResolutionFrame;  // core/detail/ResolutionContext.hpp
+struct ParentLink;       // core/detail/ChildContainer.hpp
 
 struct Slot {
   Slot(std::string slotName, std::uint32_t slotIndex)
@@ -66,6 +69,8 @@ struct Slot {
   // When the latest successful resolution finished, on the steady clock the resolution timer
   // already reads (converted to wall-clock time only when asked for).
   std::optional<std::chrono::steady_clock::time_point> lastResolved;
+  // The C++ type the latest registration of the name was made for (see NameCollision.hpp).
+  const std::type_info* registeredType = nullptr;
   bool inFactories = false;
   bool inRegistry = false;
   bool inDependencyMap = false;
@@ -139,6 +144,13 @@ struct ContainerState {
   // their storage.
   OptionalParameters resolvedParameters;
   bool resolvedParametersInUse = false;
+
+  // A child container's link to its parent (see ChildContainer.hpp); null for a root. Set when
+  // the child is made, never changed.
+  std::shared_ptr<const ParentLink> parentLink;
+  // Name collisions, in the order they happened: a slot and a C++ type that a registration of
+  // another type displaced from it.
+  std::vector<std::pair<const Slot*, const std::type_info*>> displacedTypes;
 
   [[nodiscard]] bool onHomeThread() const noexcept {
     return std::this_thread::get_id() == homeThread;
