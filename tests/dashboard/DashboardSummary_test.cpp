@@ -10,6 +10,7 @@
 
 #include "dashboard/detail/DashboardEndpoint.hpp"
 #include "dashboard/detail/HttpTransport.hpp"
+#include "support/JsonDecoding.hpp"
 #include "tavreldi/dashboard/DashboardData.hpp"
 #include "tavreldi/dashboard/DashboardError.hpp"
 
@@ -17,17 +18,6 @@ namespace tavreldi {
 namespace {
 
 Timestamp at(std::string_view text) { return parseIso8601(text).value(); }
-
-// The text of the DecodingError that decoding `json` as a T throws.
-template <class T>
-std::string decodingError(const nlohmann::json& json) {
-  try {
-    (void)json.get<T>();
-  } catch (const DecodingError& error) {
-    return error.what();
-  }
-  return "decoded " + json.dump();
-}
 
 DependencyGraph sampleGraph() {
   DependencyGraph graph;
@@ -78,9 +68,8 @@ TEST(DashboardSummary, TakesTheIdentifyingFieldsAndFiguresOfTheGraph) {
   EXPECT_EQ(nlohmann::json::parse(dashboardSummaryJson(sampleGraph(), stamp)), expected);
   EXPECT_EQ(expected.get<DashboardSummary>(), summary);
 
-  auto missing = expected;
-  missing["analysis"].erase("cacheEfficiency");
-  EXPECT_EQ(decodingError<DashboardSummary>(missing),
+  EXPECT_EQ(testing::decoded<DashboardSummary>(
+                testing::changed(expected, "remove", "/analysis/cacheEfficiency")),
             "Invalid value for key \"analysis\": Key not found: \"cacheEfficiency\"");
 }
 
@@ -96,17 +85,17 @@ TEST(DashboardData, HasAStrictJsonForm) {
   EXPECT_EQ(json.get<DashboardData>(), expected);
   EXPECT_EQ(nlohmann::json(expected), json);
 
-  auto broken = json;
-  broken["services"][1].erase("layer");
-  EXPECT_EQ(decodingError<DashboardData>(broken),
-            "Invalid value for key \"services\": Key not found: \"layer\"");
-  broken = json;
-  broken["updatedAt"] = "yesterday";
-  EXPECT_EQ(decodingError<DashboardData>(broken),
-            "Data corrupted for key \"updatedAt\": expected an ISO 8601 date, found \"yesterday\"");
-  broken = json;
-  broken.erase("hasCircularDependencies");
-  EXPECT_EQ(decodingError<DashboardData>(broken), "Key not found: \"hasCircularDependencies\"");
+  using testing::changed;
+  const std::pair<nlohmann::json, std::string> faults[] = {
+      {changed(json, "remove", "/services/1/layer"),
+       "Invalid value for key \"services\": Key not found: \"layer\""},
+      {changed(json, "replace", "/updatedAt", "yesterday"),
+       "Data corrupted for key \"updatedAt\": expected an ISO 8601 date, found \"yesterday\""},
+      {changed(json, "remove", "/hasCircularDependencies"),
+       "Key not found: \"hasCircularDependencies\""}};
+  for (const auto& [document, text] : faults) {
+    EXPECT_EQ(testing::decoded<DashboardData>(document), text);
+  }
 }
 
 TEST(DashboardEndpoint, ParsesTheBaseUrlAndRefusesUnsafeOrMalformedOnes) {
