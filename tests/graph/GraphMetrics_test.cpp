@@ -47,15 +47,6 @@ Nodes nodes(int count) {
   return out;
 }
 
-// Registers T with a factory that resolves D and wraps it.
-template <class T, class D>
-void registerWrapping(AdvancedDIContainerImpl& c, DependencyScope scope) {
-  c.registerAsync<T>(scope, [](AdvancedDIContainer& c) -> asio::awaitable<std::shared_ptr<T>> {
-    auto dependency = co_await c.resolve<D>();
-    co_return std::make_shared<T>(T{dependency});
-  });
-}
-
 // The literal longest-path search: the excluded set is copied into every branch.
 Names literalLongest(const std::string& n, std::set<std::string> excluded, const Edges& edges) {
   if (excluded.contains(n)) return {n};
@@ -272,10 +263,10 @@ TEST_F(GraphMetrics, CriticalPaths) {
 TEST_F(GraphMetrics, EndToEndAnalysisOfAResolvedApp) {
   using namespace sample;
   auto c = makeContainer(DIContainerConfig(2, false, true, true, true));
-  registerWrapping<UserViewModel, LoadUserUseCase>(*c, DependencyScope::lazy);
-  registerWrapping<LoadUserUseCase, UserRepository>(*c, DependencyScope::transient);
-  registerWrapping<UserRepository, UserAPI>(*c, DependencyScope::scoped);
-  registerWrapping<UserAPI, Logger>(*c, DependencyScope::singleton);
+  testing::registerWrapping<UserViewModel, LoadUserUseCase>(*c, DependencyScope::lazy);
+  testing::registerWrapping<LoadUserUseCase, UserRepository>(*c, DependencyScope::transient);
+  testing::registerWrapping<UserRepository, UserAPI>(*c, DependencyScope::scoped);
+  testing::registerWrapping<UserAPI, Logger>(*c, DependencyScope::singleton);
   c->registerSync<Logger>(DependencyScope::transient,
                           [](AdvancedDIContainer&) { return std::make_shared<Logger>(); });
   int visits = 0;
