@@ -33,8 +33,8 @@ const AWKWARD = {
   separator: 'Line\u2028Break',
 };
 
-// A graph in the DependencyGraph JSON form. `nodes` are [id, scope, layer]; `edges` are
-// [from, to, circular].
+// A graph in the DependencyGraph JSON form, its records made from the sample page's own (the
+// tool requires every key). `nodes` are [id, scope, layer]; `edges` are [from, to, circular].
 function makeGraph(nodes, edges) {
   const dependencies = new Map(nodes.map(([id]) => [id, []]));
   for (const [from, to] of edges) dependencies.get(from)?.push(to);
@@ -42,31 +42,13 @@ function makeGraph(nodes, edges) {
   const columns = Math.max(Math.floor(Math.sqrt(nodes.length)), 3);
   return {
     nodes: nodes.map(([id, scope, layer], i) => ({
-      id, scope, dependencies: dependencies.get(id), layer, isCircular: circularIds.has(id),
+      ...sampleData.nodes[0], id, scope, dependencies: dependencies.get(id), layer, isCircular: circularIds.has(id),
       position: [(i % columns) * 150 + 100, Math.floor(i / columns) * 100 + 100],
-      type: 'Component', category: 'Infrastructure', complexity: 'Low',
-      performanceMetrics: { resolutionTime: 0.002, memoryFootprint: 2048, cacheHitRate: 0.8, resolutionCount: 3 },
-      metadata: { scope, note: '<b>bold?</b> & more' }, tags: [],
+      metadata: { scope, note: '<b>bold?</b> & more' },
     })),
-    edges: edges.map(([from, to, circular]) => ({
-      from, to, relationship: '', isCircular: Boolean(circular), relationshipType: 'Dependency',
-      strength: 'Weak', direction: 'Unidirectional', performanceImpact: 'Low', metadata: {},
-    })),
-    analysis: {
-      hasCircularDependencies: edges.some((e) => e[2]), totalNodes: nodes.length, totalDependencies: edges.length,
-      maxDepth: 3, circularDependencyChains: [], analysisTime: 0.001, memoryUsage: 1e7, cacheEfficiency: 50,
-      isComplete: true,
-      complexityMetrics: { cyclomaticComplexity: 2, couplingScore: 1, cohesionScore: 0.7, fanIn: edges.length,
-        fanOut: edges.length, instability: 1, abstractness: 0.5, distanceFromMainSequence: 0.5 },
-      performanceMetrics: { averageResolutionTime: 0.002, slowestResolution: 0.002, fastestResolution: 0.002,
-        totalMemoryFootprint: 1e7, cacheHitRate: 0.8, bottleneckNodes: [], performanceTrend: 'stable' },
-      architectureMetrics: { layerViolations: 0, dependencyInversionViolations: 0, singleResponsibilityViolations: 0,
-        openClosedViolations: 0, liskovSubstitutionViolations: 0, interfaceSegregationViolations: 0,
-        architectureCompliance: 1 },
-      healthScore: { overall: 0.9, performance: 0.5, maintainability: 0, testability: 50, scalability: 0.8,
-        security: 0.9, reliability: 0.85 },
-      recommendations: [],
-    },
+    edges: edges.map(([from, to, circular]) => ({ ...sampleData.edges[0], from, to, isCircular: Boolean(circular) })),
+    analysis: { ...sampleData.analysis, hasCircularDependencies: edges.some((e) => e[2]), totalNodes: nodes.length,
+      totalDependencies: edges.length, circularDependencyChains: [] },
   };
 }
 
