@@ -75,31 +75,17 @@ TEST(GraphModelJson, NodeAndEdgeForms) {
   EXPECT_EQ(graphEdge, json::parse(R"({"from":"A","to":"B","type":"aggregation"})"));
 }
 
-// Every field of the analysis and of the cycle analysis, each with a value of its own type:
-// decoding needs every key, and re-encoding gives the same text, numbers' types included.
+// Every key read back, numbers' kinds included. The analysis's keys and kinds are pinned by
+// GraphMetrics.EmptyGraphFigures' exact text; here a chain and a recommendation are in place.
 TEST(GraphModelJson, GraphRoundTripKeepsEveryField) {
-  json graph = DependencyGraph{{sampleNode("C", Point{100, 100}), sampleNode("A", Point{250, 100}),
-                                sampleNode("B", Point{400, 100})},
-                               {sampleEdge("C", "A"), sampleEdge("A", "B")},
+  json graph = DependencyGraph{{sampleNode("C", Point{100, 100}), sampleNode("A", Point{250, 100})},
+                               {sampleEdge("C", "A")},
                                GraphAnalysis{}};
-  graph["analysis"] = json::parse(R"({"hasCircularDependencies":true,"totalNodes":3,
-    "totalDependencies":2,"maxDepth":4,"circularDependencyChains":[["B","A"],["C"]],
-    "analysisTime":0.25,"memoryUsage":123456.0,"cacheEfficiency":80.0,"isComplete":true,
-    "complexityMetrics":{"cyclomaticComplexity":1,"couplingScore":0.66,"cohesionScore":0.7,
-      "fanIn":2,"fanOut":3,"instability":0.65,"abstractness":0.5,"distanceFromMainSequence":0.16},
-    "performanceMetrics":{"averageResolutionTime":0.005,"slowestResolution":0.009,
-      "fastestResolution":0.001,"totalMemoryFootprint":4096.0,"cacheHitRate":0.82,
-      "bottleneckNodes":["C"],"performanceTrend":"degrading"},
-    "architectureMetrics":{"layerViolations":1,"dependencyInversionViolations":0,
-      "singleResponsibilityViolations":2,"openClosedViolations":0,
-      "liskovSubstitutionViolations":0,"interfaceSegregationViolations":0,
-      "architectureCompliance":0.25},
-    "healthScore":{"overall":0.9,"performance":0.2,"maintainability":1.0,"testability":80.0,
-      "scalability":0.8,"security":0.9,"reliability":0.85},
-    "recommendations":[{"type":"Architecture","priority":"High",
+  graph["analysis"]["circularDependencyChains"] = json::parse(R"([["B","A"],["C"]])");
+  graph["analysis"]["recommendations"] = json::parse(R"([{"type":"Architecture","priority":"High",
       "title":"Resolve Circular Dependencies",
       "description":"Found 1 circular dependencies that should be resolved",
-      "affectedNodes":["A","B"],"estimatedImpact":"High","effort":"Very High"}]})");
+      "affectedNodes":["A","B"],"estimatedImpact":"High","effort":"Very High"}])");
   EXPECT_EQ(decoded<DependencyGraph>(graph), graph.dump());
 
   const json cycles = json::parse(R"({"totalCycles":1,"criticalCycles":1,"highImpactCycles":0,
@@ -144,13 +130,9 @@ TEST(GraphModelJson, DecodingIsStrictAndNamesTheFault) {
        "numbers, found an array of 1 values"},
       {decoded<DependencyNode>, nodeWith("/category", "CrossCutting"),
        "Invalid value for key \"category\": " + wrongCase + "\"CrossCutting\""},
-      {decoded<DependencyNode>, changed(node, "remove", "/performanceMetrics/cacheHitRate"),
-       "Invalid value for key \"performanceMetrics\": Key not found: \"cacheHitRate\""},
       {decoded<DependencyNode>, nodeWith("/performanceMetrics/lastResolved", "yesterday"),
        "Invalid value for key \"performanceMetrics\": Data corrupted for key \"lastResolved\": "
        "expected an ISO 8601 date, found \"yesterday\""},
-      {decoded<DependencyNode>, json::array(),
-       "Type mismatch: expected an object for DependencyNode, found array"},
       {decoded<DependencyGraph>,
        changed(DependencyGraph{}, "remove", "/analysis/healthScore/overall"),
        "Invalid value for key \"analysis\": Invalid value for key \"healthScore\": Key not found: "
