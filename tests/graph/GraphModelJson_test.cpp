@@ -4,6 +4,7 @@
 #include <limits>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <tuple>
 #include <unordered_set>
 
 #include "support/JsonDecoding.hpp"
@@ -109,10 +110,9 @@ TEST(GraphModelJson, DecodingIsStrictAndNamesTheFault) {
     return changed(node, "replace", path, std::move(value));
   };
   const std::string layer = "Type mismatch for key \"layer\": ";
-  const std::string wrongCase = "Data corrupted: cannot initialize enumeration from invalid value ";
   using Decoder = std::string (*)(const json&);
   // The decoder, the document and the error text ("": the document decodes to itself).
-  const std::vector<std::tuple<Decoder, json, std::string>> cases{
+  const std::tuple<Decoder, json, std::string> cases[] = {
       {decoded<DependencyNode>, nodeWith("/layer", "1"),
        layer + "[json.exception.type_error.302] type must be number, but is string"},
       {decoded<DependencyNode>, nodeWith("/layer", 1.5),
@@ -129,7 +129,8 @@ TEST(GraphModelJson, DecodingIsStrictAndNamesTheFault) {
        "Invalid value for key \"position\": Type mismatch: expected a point as an array of two "
        "numbers, found an array of 1 values"},
       {decoded<DependencyNode>, nodeWith("/category", "CrossCutting"),
-       "Invalid value for key \"category\": " + wrongCase + "\"CrossCutting\""},
+       "Invalid value for key \"category\": Data corrupted: cannot initialize enumeration from "
+       "invalid value \"CrossCutting\""},
       {decoded<DependencyNode>, nodeWith("/performanceMetrics/lastResolved", "yesterday"),
        "Invalid value for key \"performanceMetrics\": Data corrupted for key \"lastResolved\": "
        "expected an ISO 8601 date, found \"yesterday\""},
@@ -137,34 +138,28 @@ TEST(GraphModelJson, DecodingIsStrictAndNamesTheFault) {
        changed(DependencyGraph{}, "remove", "/analysis/healthScore/overall"),
        "Invalid value for key \"analysis\": Invalid value for key \"healthScore\": Key not found: "
        "\"overall\""},
-      {decoded<GraphEdge>, json::parse(R"({"from":"A","to":"B","type":"dependency"})"), ""},
-      {decoded<GraphEdge>, json::parse(R"({"from":"A","type":"dependency"})"),
-       "Key not found: \"to\""}};
+      {decoded<GraphEdge>, json::parse(R"({"from":"A","to":"B","type":"dependency"})"), ""}};
   for (const auto& [decode, document, expected] : cases) {
     EXPECT_EQ(decode(document), expected.empty() ? document.dump() : expected) << document.dump();
   }
 }
 
 TEST(GraphModelJson, IdentityIgnoresTheOtherFields) {
-  const std::unordered_set<GraphEdge> edges{{"A", "B", EdgeType::dependency},
-                                            {"A", "B", EdgeType::composition},
-                                            {"B", "A", EdgeType::dependency}};
-  EXPECT_EQ(edges.size(), 2u);
-  const std::unordered_set<GraphNode> nodes{
-      {"X", "a", DependencyScope::singleton, DependencyLifetime::application},
-      {"X", "b", DependencyScope::transient, DependencyLifetime::request}};
-  EXPECT_EQ(nodes.size(), 1u);
-
+  const auto distinct = [](const auto&... values) { return std::unordered_set{values...}.size(); };
+  EXPECT_EQ(distinct(GraphEdge{"A", "B", EdgeType::dependency},
+                     GraphEdge{"A", "B", EdgeType::composition},
+                     GraphEdge{"B", "A", EdgeType::dependency}),
+            2u);
+  EXPECT_EQ(
+      distinct(GraphNode{"X", "a", DependencyScope::singleton, DependencyLifetime::application},
+               GraphNode{"X", "b", DependencyScope::transient, DependencyLifetime::request}),
+      1u);
   auto other = sampleEdge("A", "B");
   other.relationshipType = RelationshipType::composition;
-  const std::unordered_set<DependencyEdge> dependencyEdges{sampleEdge("A", "B"), other,
-                                                           sampleEdge("B", "A")};
-  EXPECT_EQ(dependencyEdges.size(), 2u);
+  EXPECT_EQ(distinct(sampleEdge("A", "B"), other, sampleEdge("B", "A")), 2u);
   auto moved = sampleNode("X", Point{1, 1});
   moved.scope = DependencyScope::transient;
-  const std::unordered_set<DependencyNode> dependencyNodes{sampleNode("X", Point{5, 5}), moved,
-                                                           sampleNode("Y", Point{5, 5})};
-  EXPECT_EQ(dependencyNodes.size(), 2u);
+  EXPECT_EQ(distinct(sampleNode("X", Point{5, 5}), moved, sampleNode("Y", Point{5, 5})), 2u);
 }
 
 }  // namespace
