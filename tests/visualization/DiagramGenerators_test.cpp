@@ -47,24 +47,23 @@ DependencyEdge edge(std::string from, std::string to, std::string relationship, 
   return e;
 }
 
-// Four scopes; UserRepository <-> UserAPI is a cycle whose closing edge alone is flagged; the
-// edge to AuthRepository has no relationship; KeychainStore is an edge target without a node.
+// Four scopes; UserRepository <-> UserAPI is a cycle whose closing edge alone is flagged;
+// KeychainStore is an edge target without a node.
 DependencyGraph sampleGraph() {
   using S = DependencyScope;
   DependencyGraph graph;
   graph.nodes = {
-      node("UserViewModel", S::lazy, 4, false, {"UserRepository", "AuthRepository"},
-           NodeType::presentation, {{"scope", "lazy"}}),
-      node("UserRepository", S::scoped, 2, true, {"UserAPI"}, NodeType::repository),
-      node("UserAPI", S::singleton, 1, true, {"UserRepository"}, NodeType::service),
-      node("AuthRepository", S::custom, 2, false, {"KeychainStore"}, NodeType::repository),
+      node("UserViewModel", S::lazy, 4, false, {"UserRepository", "AuthRepository"}),
+      node("UserRepository", S::scoped, 2, true, {"UserAPI"}),
+      node("UserAPI", S::singleton, 1, true, {"UserRepository"}),
+      node("AuthRepository", S::custom, 2, false, {"KeychainStore"}),
   };
   graph.edges = {
-      edge("UserViewModel", "UserRepository", "uses", false),
+      edge("UserViewModel", "UserRepository", "", false),
       edge("UserViewModel", "AuthRepository", "", false),
-      edge("UserRepository", "UserAPI", "fetches", false, RelationshipType::dataFlow),
-      edge("UserAPI", "UserRepository", "notifies", true, RelationshipType::callback),
-      edge("AuthRepository", "KeychainStore", "stores", false),
+      edge("UserRepository", "UserAPI", "", false),
+      edge("UserAPI", "UserRepository", "", true),
+      edge("AuthRepository", "KeychainStore", "", false),
   };
   return graph;
 }
