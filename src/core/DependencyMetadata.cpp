@@ -4,7 +4,7 @@
 
 #include <functional>
 
-#include "core/detail/Json.hpp"
+#include "core/detail/JsonForm.hpp"
 
 namespace tavreldi {
 
@@ -47,39 +47,9 @@ bool operator==(const DependencyMetadata& a, const DependencyMetadata& b) {
          a.priority == b.priority;
 }
 
-void to_json(nlohmann::json& json, const DependencyMetadata& m) {
-  json = nlohmann::json::object();
-  json["scope"] = m.scope;
-  json["lifetime"] = m.lifetime;
-  json["isLazy"] = m.isLazy;
-  json["isThreadSafe"] = m.isThreadSafe;
-  json["tags"] = m.tags;
-  json["customData"] = m.customData;
-  json["registrationTime"] = toIso8601WithMilliseconds(m.registrationTime);
-  json["typeName"] = m.typeName;
-  json["supportsCircularDetection"] = m.supportsCircularDetection;
-  json["priority"] = m.priority;
-  json["dependencies"] = m.dependencies;
-  json["threadSafety"] = m.threadSafety;
-}
-
-void from_json(const nlohmann::json& json, DependencyMetadata& m) {
-  detail::requireObject(json, "DependencyMetadata");
-  m = DependencyMetadata{
-      detail::field<DependencyScope>(json, "scope"),
-      detail::field<DependencyLifetime>(json, "lifetime"),
-      detail::field<bool>(json, "isLazy"),
-      detail::field<bool>(json, "isThreadSafe"),
-      detail::field<std::vector<std::string>>(json, "tags"),
-      detail::field<std::map<std::string, std::string>>(json, "customData"),
-      detail::dateField(json, "registrationTime"),
-      detail::field<std::string>(json, "typeName"),
-      detail::field<bool>(json, "supportsCircularDetection"),
-      detail::field<std::int64_t>(json, "priority"),
-      detail::field<std::vector<std::string>>(json, "dependencies"),
-      detail::field<ThreadSafety>(json, "threadSafety"),
-  };
-}
+TAVRELDI_JSON_FORM(DependencyMetadata, scope, lifetime, isLazy, isThreadSafe, tags, customData,
+                   registrationTime, typeName, supportsCircularDetection, priority, dependencies,
+                   threadSafety)
 
 }  // namespace tavreldi
 

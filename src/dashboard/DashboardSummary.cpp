@@ -4,12 +4,9 @@
 
 #include <nlohmann/json.hpp>
 
-#include "core/detail/Json.hpp"
+#include "core/detail/JsonForm.hpp"
 
 namespace tavreldi {
-
-using detail::field;
-using detail::requireObject;
 
 DashboardSummary makeDashboardSummary(const DependencyGraph& graph, Timestamp timestamp) {
   DashboardSummary summary;
@@ -38,74 +35,10 @@ std::string dashboardSummaryJson(const DependencyGraph& graph, Timestamp timesta
   return nlohmann::json(makeDashboardSummary(graph, timestamp)).dump();
 }
 
-void to_json(nlohmann::json& json, const DashboardNodeSummary& node) {
-  json = nlohmann::json::object();
-  json["id"] = node.id;
-  json["scope"] = node.scope;
-  json["layer"] = node.layer;
-  json["type"] = node.type;
-  json["isCircular"] = node.isCircular;
-}
-
-void from_json(const nlohmann::json& json, DashboardNodeSummary& node) {
-  requireObject(json, "DashboardNodeSummary");
-  node = DashboardNodeSummary{field<std::string>(json, "id"), field<DependencyScope>(json, "scope"),
-                              field<std::int64_t>(json, "layer"), field<NodeType>(json, "type"),
-                              field<bool>(json, "isCircular")};
-}
-
-void to_json(nlohmann::json& json, const DashboardEdgeSummary& edge) {
-  json = nlohmann::json::object();
-  json["from"] = edge.from;
-  json["to"] = edge.to;
-  json["relationshipType"] = edge.relationshipType;
-  json["isCircular"] = edge.isCircular;
-}
-
-void from_json(const nlohmann::json& json, DashboardEdgeSummary& edge) {
-  requireObject(json, "DashboardEdgeSummary");
-  edge = DashboardEdgeSummary{field<std::string>(json, "from"), field<std::string>(json, "to"),
-                              field<RelationshipType>(json, "relationshipType"),
-                              field<bool>(json, "isCircular")};
-}
-
-void to_json(nlohmann::json& json, const DashboardAnalysisSummary& analysis) {
-  json = nlohmann::json::object();
-  json["totalNodes"] = analysis.totalNodes;
-  json["totalDependencies"] = analysis.totalDependencies;
-  json["maxDepth"] = analysis.maxDepth;
-  json["hasCircularDependencies"] = analysis.hasCircularDependencies;
-  json["circularDependencyChains"] = analysis.circularDependencyChains;
-  json["healthScore"] = analysis.healthScore;
-  json["cacheEfficiency"] = analysis.cacheEfficiency;
-}
-
-void from_json(const nlohmann::json& json, DashboardAnalysisSummary& analysis) {
-  requireObject(json, "DashboardAnalysisSummary");
-  analysis = DashboardAnalysisSummary{
-      field<std::int64_t>(json, "totalNodes"),
-      field<std::int64_t>(json, "totalDependencies"),
-      field<std::int64_t>(json, "maxDepth"),
-      field<bool>(json, "hasCircularDependencies"),
-      field<std::vector<std::vector<std::string>>>(json, "circularDependencyChains"),
-      field<double>(json, "healthScore"),
-      field<double>(json, "cacheEfficiency")};
-}
-
-void to_json(nlohmann::json& json, const DashboardSummary& summary) {
-  json = nlohmann::json::object();
-  json["nodes"] = summary.nodes;
-  json["edges"] = summary.edges;
-  json["analysis"] = summary.analysis;
-  json["timestamp"] = toIso8601WithMilliseconds(summary.timestamp);
-}
-
-void from_json(const nlohmann::json& json, DashboardSummary& summary) {
-  requireObject(json, "DashboardSummary");
-  summary = DashboardSummary{field<std::vector<DashboardNodeSummary>>(json, "nodes"),
-                             field<std::vector<DashboardEdgeSummary>>(json, "edges"),
-                             field<DashboardAnalysisSummary>(json, "analysis"),
-                             detail::dateField(json, "timestamp")};
-}
+TAVRELDI_JSON_FORM(DashboardNodeSummary, id, scope, layer, type, isCircular)
+TAVRELDI_JSON_FORM(DashboardEdgeSummary, from, to, relationshipType, isCircular)
+TAVRELDI_JSON_FORM(DashboardAnalysisSummary, totalNodes, totalDependencies, maxDepth,
+                   hasCircularDependencies, circularDependencyChains, healthScore, cacheEfficiency)
+TAVRELDI_JSON_FORM(DashboardSummary, nodes, edges, analysis, timestamp)
 
 }  // namespace tavreldi

@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <nlohmann/json.hpp>
 
-#include "core/detail/Json.hpp"
+#include "core/detail/JsonForm.hpp"
 
 namespace tavreldi {
 namespace {
@@ -86,38 +86,9 @@ std::string formatByteCount(std::int64_t bytes) {
   return sign + decimalText((magnitude + kGiga / 200) / (kGiga / 100), 100, "GB");
 }
 
-void to_json(nlohmann::json& json, const PerformanceMetrics& m) {
-  json = nlohmann::json::object();
-  json["totalRegistrations"] = m.totalRegistrations;
-  json["totalResolutions"] = m.totalResolutions;
-  json["averageResolutionTime"] = m.averageResolutionTime;
-  json["maxResolutionTime"] = m.maxResolutionTime;
-  json["minResolutionTime"] = m.minResolutionTime;
-  json["memoryUsage"] = m.memoryUsage;
-  json["cacheHitRatio"] = m.cacheHitRatio;
-  json["circularDependencyCount"] = m.circularDependencyCount;
-  json["failedResolutions"] = m.failedResolutions;
-  json["successfulResolutions"] = m.successfulResolutions;
-  json["timestamp"] = toIso8601WithMilliseconds(m.timestamp);
-  json["trend"] = m.trend;
-}
-
-void from_json(const nlohmann::json& json, PerformanceMetrics& m) {
-  detail::requireObject(json, "PerformanceMetrics");
-  m = PerformanceMetrics{
-      detail::field<std::int64_t>(json, "totalRegistrations"),
-      detail::field<std::int64_t>(json, "totalResolutions"),
-      detail::field<double>(json, "averageResolutionTime"),
-      detail::field<double>(json, "maxResolutionTime"),
-      detail::field<double>(json, "minResolutionTime"),
-      detail::field<std::int64_t>(json, "memoryUsage"),
-      detail::field<double>(json, "cacheHitRatio"),
-      detail::field<std::int64_t>(json, "circularDependencyCount"),
-      detail::field<std::int64_t>(json, "failedResolutions"),
-      detail::field<std::int64_t>(json, "successfulResolutions"),
-      detail::dateField(json, "timestamp"),
-      detail::field<PerformanceTrend>(json, "trend"),
-  };
-}
+TAVRELDI_JSON_FORM(PerformanceMetrics, totalRegistrations, totalResolutions, averageResolutionTime,
+                   maxResolutionTime, minResolutionTime, memoryUsage, cacheHitRatio,
+                   circularDependencyCount, failedResolutions, successfulResolutions, timestamp,
+                   trend)
 
 }  // namespace tavreldi

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <functional>
 #include <map>
+#include <nlohmann/json.hpp>
 #include <random>
 #include <set>
 #include <string>
@@ -47,15 +47,6 @@ Nodes nodes(int count) {
   return out;
 }
 
-// Registers T with a factory that resolves D and wraps it.
-template <class T, class D>
-void registerWrapping(AdvancedDIContainerImpl& c, DependencyScope scope) {
-  c.registerAsync<T>(scope, [](AdvancedDIContainer& c) -> asio::awaitable<std::shared_ptr<T>> {
-    auto dependency = co_await c.resolve<D>();
-    co_return std::make_shared<T>(T{dependency});
-  });
-}
-
 // The literal longest-path search: the excluded set is copied into every branch.
 Names literalLongest(const std::string& n, std::set<std::string> excluded, const Edges& edges) {
   if (excluded.contains(n)) return {n};
@@ -82,28 +73,31 @@ std::vector<Names> literalCriticalPaths(const Nodes& ns, const Edges& edges) {
   return kept;
 }
 
+// The whole analysis of an empty graph, which also pins the analysis's JSON keys and kinds.
 TEST_F(GraphMetrics, EmptyGraphFigures) {
   auto c = makeContainer();
-  const GraphAnalysis a = run(c->analyzeDependencyGraph());
-  EXPECT_FALSE(a.hasCircularDependencies);
-  EXPECT_EQ(std::tie(a.totalNodes, a.totalDependencies), std::tuple(0, 0));
+  GraphAnalysis a = run(c->analyzeDependencyGraph());
+  // Measured figures aside, the ratios of an empty graph are settled values (no division by
+  // zero); the health score's overall is (1 + 1 + 0 + 0.8 + 0.9 + 0.85) / 6.
   EXPECT_GT(a.analysisTime, 0);
   EXPECT_GT(a.memoryUsage, 0);
-  EXPECT_EQ(a.cacheEfficiency, 0);
-  EXPECT_TRUE(a.isComplete);
-  // No division by zero: the ratios of an empty graph are settled values.
-  EXPECT_EQ(a.complexityMetrics.cyclomaticComplexity, 2);
-  EXPECT_EQ(a.complexityMetrics.couplingScore, 0);
-  EXPECT_EQ(a.architectureMetrics.architectureCompliance, 1);
-  EXPECT_EQ(a.performanceMetrics.averageResolutionTime, 0);
-  EXPECT_EQ(a.performanceMetrics.fastestResolution, 0);
   EXPECT_GT(a.performanceMetrics.totalMemoryFootprint, 0);
-  const HealthScore& h = a.healthScore;
-  EXPECT_EQ(std::vector({h.performance, h.maintainability, h.testability, h.scalability, h.security,
-                         h.reliability}),
-            std::vector({1.0, 1.0, 0.0, 0.8, 0.9, 0.85}));
-  EXPECT_DOUBLE_EQ(h.overall, 4.55 / 6);  // 0.758333…
-  EXPECT_TRUE(a.recommendations.empty());
+  a.analysisTime = a.memoryUsage = a.performanceMetrics.totalMemoryFootprint = 0;
+  EXPECT_EQ(
+      nlohmann::json(a).dump(),
+      R"({"analysisTime":0.0,"architectureMetrics":{"architectureCompliance":1.0,)"
+      R"("dependencyInversionViolations":0,"interfaceSegregationViolations":0,"layerViolations":0,)"
+      R"("liskovSubstitutionViolations":0,"openClosedViolations":0,)"
+      R"("singleResponsibilityViolations":0},"cacheEfficiency":0.0,"circularDependencyChains":[],)"
+      R"("complexityMetrics":{"abstractness":0.5,"cohesionScore":0.7,"couplingScore":0.0,)"
+      R"("cyclomaticComplexity":2,"distanceFromMainSequence":0.5,"fanIn":0,"fanOut":0,)"
+      R"("instability":0.0},"hasCircularDependencies":false,"healthScore":{"maintainability":1.0,)"
+      R"("overall":0.7583333333333333,"performance":1.0,"reliability":0.85,"scalability":0.8,)"
+      R"("security":0.9,"testability":0.0},"isComplete":true,"maxDepth":0,"memoryUsage":0.0,)"
+      R"("performanceMetrics":{"averageResolutionTime":0.0,"bottleneckNodes":[],)"
+      R"("cacheHitRate":0.0,"fastestResolution":0.0,"performanceTrend":"stable",)"
+      R"("slowestResolution":0.0,"totalMemoryFootprint":0.0},"recommendations":[],)"
+      R"("totalDependencies":0,"totalNodes":0})");
   EXPECT_TRUE(c->createNodeClusters({}).empty());
   EXPECT_TRUE(c->createCriticalPaths({}, {}).empty());
 }
@@ -123,7 +117,6 @@ TEST_F(GraphMetrics, ComplexityScoreAndArchitecture) {
   EXPECT_DOUBLE_EQ(c->createHealthScore(nodes(2), four).performance, 1 - 0.8);
   const Edges five(5, edge("N0", "N0"));
   EXPECT_EQ(c->calculateComplexityScore(nodes(1), five), 1);  // capped
-  EXPECT_EQ(c->createHealthScore(nodes(1), five).performance, 0);
   // 0.4 × 2/4 + 0.4 × 1/2 + 0.2 × 1/4, with one circular edge and one high node.
   Nodes mixed = nodes(4);
   mixed[3].complexity = ComplexityLevel::high;
@@ -137,13 +130,11 @@ TEST_F(GraphMetrics, ComplexityScoreAndArchitecture) {
                       node("Busy", 0, ComplexityLevel::high, 6)};
   const Edges edges{edge("UserRepository", "UserAPI"), edge("Logger", "UserRepository"),
                     edge("Logger", "Nowhere"), edge("Missing", "UserAPI")};
-  const auto a = c->createArchitectureMetrics(layered, edges);
-  EXPECT_EQ(a.layerViolations, 2);
-  EXPECT_EQ(a.singleResponsibilityViolations, 1);
-  EXPECT_EQ(a.dependencyInversionViolations + a.openClosedViolations +
-                a.liskovSubstitutionViolations + a.interfaceSegregationViolations,
-            0);
-  EXPECT_DOUBLE_EQ(a.architectureCompliance, 0.25);
+  EXPECT_EQ(nlohmann::json(c->createArchitectureMetrics(layered, edges)).dump(),
+            R"({"architectureCompliance":0.25,"dependencyInversionViolations":0,)"
+            R"("interfaceSegregationViolations":0,"layerViolations":2,)"
+            R"("liskovSubstitutionViolations":0,"openClosedViolations":0,)"
+            R"("singleResponsibilityViolations":1})");
   const Edges upward(3, edge("Logger", "UserAPI"));
   EXPECT_EQ(c->createArchitectureMetrics({node("Logger"), node("UserAPI", 1)}, upward)
                 .architectureCompliance,
@@ -193,24 +184,19 @@ TEST_F(GraphMetrics, RecommendationsClustersAndPerformance) {
   EXPECT_EQ(p.fastestResolution, 0.001);
   EXPECT_DOUBLE_EQ(p.cacheHitRate, 0.85);
   EXPECT_EQ(p.bottleneckNodes, Names{"D"});  // 0.01 > 2 × 0.00325
-  EXPECT_EQ(p.performanceTrend, PerformanceTrend::stable);
 }
 
 TEST_F(GraphMetrics, CriticalPaths) {
   auto c = makeContainer();
-  // Chains of 5 and 4 from A and from F; B gives 4; the cycle is cut where it meets the path.
+  // Chains of 5 from A and Q, of 4 from F (the cycle cut where it meets the path) and B. The
+  // paths themselves are compared with the literal search on random graphs below.
   const Nodes ns{node("F"), node("A"), node("B"), node("Q")};
   const Edges edges{edge("A", "B"), edge("B", "C"), edge("C", "D"), edge("D", "E"), edge("F", "G"),
                     edge("G", "H"), edge("H", "F"), edge("H", "I"), edge("Q", "B")};
   const auto paths = c->createCriticalPaths(ns, edges);
   ASSERT_EQ(paths.size(), 4u);
-  EXPECT_EQ(paths[0].nodes, (Names{"A", "B", "C", "D", "E"}));
-  EXPECT_EQ(paths[1].nodes, (Names{"Q", "B", "C", "D", "E"}));  // equal length: node order
-  EXPECT_EQ(paths[2].nodes, (Names{"F", "G", "H", "F"}));       // the first of equal length
-  EXPECT_EQ(paths[3].nodes, (Names{"B", "C", "D", "E"}));
   EXPECT_EQ(paths[1].id, "critical_path_1");
   EXPECT_EQ(paths[1].name, "Critical Path 2");
-  EXPECT_EQ(paths[0].length, 5);
   EXPECT_EQ(paths[3].impact, PerformanceImpact::high);
   EXPECT_EQ(paths[3].metadata, (std::map<std::string, std::string>{{"type", "dependency_chain"}}));
 
@@ -275,10 +261,10 @@ TEST_F(GraphMetrics, CriticalPaths) {
 TEST_F(GraphMetrics, EndToEndAnalysisOfAResolvedApp) {
   using namespace sample;
   auto c = makeContainer(DIContainerConfig(2, false, true, true, true));
-  registerWrapping<UserViewModel, LoadUserUseCase>(*c, DependencyScope::lazy);
-  registerWrapping<LoadUserUseCase, UserRepository>(*c, DependencyScope::transient);
-  registerWrapping<UserRepository, UserAPI>(*c, DependencyScope::scoped);
-  registerWrapping<UserAPI, Logger>(*c, DependencyScope::singleton);
+  testing::registerWrapping<UserViewModel, LoadUserUseCase>(*c, DependencyScope::lazy);
+  testing::registerWrapping<LoadUserUseCase, UserRepository>(*c, DependencyScope::transient);
+  testing::registerWrapping<UserRepository, UserAPI>(*c, DependencyScope::scoped);
+  testing::registerWrapping<UserAPI, Logger>(*c, DependencyScope::singleton);
   c->registerSync<Logger>(DependencyScope::transient,
                           [](AdvancedDIContainer&) { return std::make_shared<Logger>(); });
   int visits = 0;

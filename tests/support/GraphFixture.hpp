@@ -1,9 +1,11 @@
 #pragma once
 
 // Fills a container's registry and observed dependencies directly, for graph tests that need
-// shapes real resolutions cannot produce (cycles with detection on, unregistered owners, ...).
+// shapes real resolutions cannot produce (cycles with detection on, unregistered owners, ...),
+// or registers services whose factories resolve for real.
 
 #include <chrono>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -42,6 +44,16 @@ inline void observe(AdvancedDIContainerImpl& container, std::string_view from,
   for (const std::string_view name : to) {
     state.addDependency(state.obtain(from), state.obtain(name));
   }
+}
+
+/// Registers T with a factory that resolves D and wraps it (`T{dependency}`).
+template <class T, class D>
+void registerWrapping(AdvancedDIContainerImpl& container, DependencyScope scope) {
+  container.registerAsync<T>(scope,
+                             [](AdvancedDIContainer& c) -> asio::awaitable<std::shared_ptr<T>> {
+                               auto dependency = co_await c.resolve<D>();
+                               co_return std::make_shared<T>(T{dependency});
+                             });
 }
 
 }  // namespace tavreldi::testing

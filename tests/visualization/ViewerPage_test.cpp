@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "support/AsyncTest.hpp"
+#include "support/GraphFixture.hpp"
 #include "support/SampleServices.hpp"
 #include "tavreldi/core/LineWriter.hpp"
 #include "tavreldi/visualization/DependencyVisualizer.hpp"
@@ -122,22 +123,14 @@ TEST(ViewerPageTest, NamesNeverReachTheMarkupRawAndEveryFigureIsEmbedded) {
 
 class RenderViewerTest : public testing::AsyncTest {};
 
-// Registers T with a factory that resolves D and wraps it.
-template <class T, class D>
-void registerWrapping(AdvancedDIContainerImpl& c, DependencyScope scope) {
-  c.registerAsync<T>(scope, [](AdvancedDIContainer& c) -> asio::awaitable<std::shared_ptr<T>> {
-    auto dependency = co_await c.resolve<D>();
-    co_return std::make_shared<T>(T{dependency});
-  });
-}
-
 TEST_F(RenderViewerTest, AddsTheContainersOwnFigures) {
   using namespace sample;
   auto container = makeContainer();
   LineRecorder quiet;
-  registerWrapping<UserViewModel, LoadUserUseCase>(*container, DependencyScope::lazy);
-  registerWrapping<LoadUserUseCase, UserRepository>(*container, DependencyScope::transient);
-  registerWrapping<UserRepository, UserAPI>(*container, DependencyScope::singleton);
+  testing::registerWrapping<UserViewModel, LoadUserUseCase>(*container, DependencyScope::lazy);
+  testing::registerWrapping<LoadUserUseCase, UserRepository>(*container,
+                                                             DependencyScope::transient);
+  testing::registerWrapping<UserRepository, UserAPI>(*container, DependencyScope::singleton);
   container->registerSync<UserAPI>(
       DependencyScope::singleton, [](AdvancedDIContainer&) { return std::make_shared<UserAPI>(); });
   (void)run(container->resolve<UserViewModel>());

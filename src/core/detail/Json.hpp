@@ -28,12 +28,13 @@ inline void requireObject(const nlohmann::json& json, std::string_view what) {
 /// fraction by truncating it and a number beyond T's range with undefined behaviour.
 template <std::integral T>
 [[nodiscard]] bool holdsExactly(const nlohmann::json& json) noexcept {
-  if (json.is_number_unsigned()) {
-    return json.get<std::uint64_t>() <= static_cast<std::uint64_t>(std::numeric_limits<T>::max());
+  // Read through pointers, which never throw; the unsigned kind is asked for first, as the
+  // library counts it as an integer too.
+  if (const auto* value = json.get_ptr<const nlohmann::json::number_unsigned_t*>()) {
+    return *value <= static_cast<std::uint64_t>(std::numeric_limits<T>::max());
   }
-  if (json.is_number_integer()) {
-    const auto value = json.get<std::int64_t>();
-    return std::in_range<T>(value);
+  if (const auto* value = json.get_ptr<const nlohmann::json::number_integer_t*>()) {
+    return std::in_range<T>(*value);
   }
   return false;
 }
