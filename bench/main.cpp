@@ -25,8 +25,9 @@
 #include "tavreldi/graph/CriticalPaths.hpp"
 #include "tavreldi/visualization/DiagramGenerators.hpp"
 
-// Every allocation in the process (operator new and aligned_alloc) is counted, so that a benchmark can report allocations per
-// iteration. Relaxed atomics: the figure is read on the benchmark's own thread.
+// Every allocation in the process (operator new and aligned_alloc) is counted, so that a
+// benchmark can report allocations per iteration. Relaxed atomics: the figure is read on the
+// benchmark's own thread.
 namespace {
 std::atomic<std::uint64_t> allocations{0};
 }  // namespace
