@@ -134,10 +134,11 @@ HttpAnswer sendHttpRequest(const DashboardEndpoint& endpoint, const TransportSet
   httplib::Error error = httplib::Error::Success;
   bool answered = false;
   RequestWatchdog::Verdict verdict = RequestWatchdog::Verdict::none;
+  const auto deadline = std::chrono::steady_clock::now() + settings.timeout;
   {
     const RequestWatchdog watchdog(
-        std::chrono::steady_clock::now() + settings.timeout,
-        [&] { return received.received() > receiveLimit; }, [&client] { client->stop(); });
+        deadline, [&] { return received.received() > receiveLimit; },
+        [&client] { client->stop(); });
     answered = client->send(out, response, error);
     verdict = watchdog.verdict();
   }
@@ -145,7 +146,11 @@ HttpAnswer sendHttpRequest(const DashboardEndpoint& endpoint, const TransportSet
   // before the watchdog looked.
   tooLarge = tooLarge || verdict == RequestWatchdog::Verdict::overLimit ||
              (!answered && received.received() > receiveLimit);
-  const bool timedOut = verdict == RequestWatchdog::Verdict::timedOut;
+  // The library's own time limit for one step is the whole request's, so a failure once the
+  // deadline has passed is the time limit too, also when the library gave up before the
+  // watchdog's thread got to run (as on a loaded machine).
+  const bool timedOut = verdict == RequestWatchdog::Verdict::timedOut ||
+                        (!answered && std::chrono::steady_clock::now() >= deadline);
   const auto fail = [&](DashboardErrorKind kind, const std::string& what) {
     const std::string message = fmt::format("Dashboard request {} {} failed: {}", request.method,
                                             endpoint.urlFor(request.path), what);
