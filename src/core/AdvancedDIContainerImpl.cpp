@@ -172,17 +172,18 @@ void finishResolution(ContainerState& s, Slot& slot, DependencyScope scope, Cloc
   printLine("✅ Resolved: ", slot.name, " (took ", detail::formatSeconds(duration, seconds), "s)");
 }
 
-// The slot whose cached instance a resolution of `key` within `parent`'s chain would hand out
-// at once, printing and changing nothing to find it; null when the resolution has more to do
-// (or fails). Same decisions, in the same order, as resolveOnHome.
-Slot* servableFromCache(ContainerState& s, const ServiceKey& key, const ResolutionFrame* parent) {
+// The cached instance a resolution of `key` within `parent`'s chain would hand out at once, found
+// printing and changing nothing; null when the resolution has more to do (or fails). Same
+// decisions, in the same order, as resolveOnHome.
+AnyInstance* servableFromCache(ContainerState& s, const ServiceKey& key,
+                               const ResolutionFrame* parent) {
   if (!s.onHomeThread() || !s.config.enableCaching()) return nullptr;
   if (key.id >= s.byTypeId.size()) return nullptr;
   Slot* slot = s.byTypeId[key.id];
   if (slot == nullptr || !slot->metadata) return nullptr;
   if (s.parentLink != nullptr && !slot->inRegistry) return nullptr;  // the parent's to resolve
   const DependencyScope scope = slot->metadata->scope;
-  const AnyInstance* cache = cachedInstance(s, *slot, scope);
+  AnyInstance* cache = cachedInstance(s, *slot, scope);
   if (cache == nullptr || !matches(*cache, &key)) return nullptr;
   if (s.config.enableCircularDependencyDetection()) {
     for (const ResolutionFrame* f = parent; f != nullptr; f = f->parent) {
@@ -193,7 +194,7 @@ Slot* servableFromCache(ContainerState& s, const ServiceKey& key, const Resoluti
     const auto creation = creationKey(*slot, scope, s.scopeId);
     if (creation && s.creations.contains(*creation)) return nullptr;
   }
-  return slot;
+  return cache;
 }
 
 // The whole resolution path on the home thread; `key` is null for resolution by name, which
@@ -403,8 +404,9 @@ asio::awaitable<AnyInstance> resolveWithin(AdvancedDIContainerImpl& container,
 
 AnyInstance resolveCachedWithin(ContainerState& s, const ServiceKey& key,
                                 const ResolutionFrame* parent) {
-  Slot* slot = servableFromCache(s, key, parent);
-  if (slot == nullptr) return {};
+  AnyInstance* cached = servableFromCache(s, key, parent);
+  if (cached == nullptr) return {};
+  Slot* slot = s.byTypeId[key.id];
   // What resolveOnHome does for an instance it finds cached, with no suspension to allow for.
   const auto start = Clock::now();
   const DependencyScope scope = slot->metadata->scope;
@@ -416,7 +418,7 @@ AnyInstance resolveCachedWithin(ContainerState& s, const ServiceKey& key,
     printLine("   ✅ Found cached instance for: ", slot->name);
   }
   countHit(s, *slot);
-  AnyInstance instance = *cachedInstance(s, *slot, scope);
+  AnyInstance instance = *cached;  // the lines and the edge above leave the caches alone
   finishResolution(s, *slot, scope, start, lines);
   return instance;
 }
