@@ -46,6 +46,10 @@ AnyInstance ResolutionContext::resolveCachedInstance(const ServiceKey& key) {
   return resolveCachedWithin(state_, key, frame_);
 }
 
+AnyInstance ResolutionContext::startResolution(const ServiceKey& key, PendingResolution& pending) {
+  return startWithin(container(), state_, key, frame_, pending);
+}
+
 AnyInstance ResolutionContext::resolveInstanceSync(const ServiceKey& key) {
   (void)container();
   return resolveSyncWithin(state_, key, frame_);

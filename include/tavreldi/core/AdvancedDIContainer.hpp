@@ -22,6 +22,7 @@
 #include "tavreldi/core/DependencyMetadata.hpp"
 #include "tavreldi/core/DependencyScope.hpp"
 #include "tavreldi/core/KeyedService.hpp"
+#include "tavreldi/core/PendingResolution.hpp"
 #include "tavreldi/core/TypeName.hpp"
 #include "tavreldi/graph/DependencyGraph.hpp"
 #include "tavreldi/graph/RegistrationReport.hpp"
@@ -55,7 +56,7 @@ template <class F, class T>
 concept BatchFactoryOf = std::is_invocable_v<F&, AdvancedDIContainer&, TypeTag<T>> &&
     IsAwaitableOf<std::invoke_result_t<F&, AdvancedDIContainer&, TypeTag<T>>, T>::value;
 
-// Adapts a user's asynchronous factory to the stored form. A named coroutine (not a lambda
+// Adapts a user's asynchronous factory to the erased form. A named coroutine (not a lambda
 // invoked in place), holding the factory by shared pointer so that it outlives the call.
 template <class T, class F>
 asio::awaitable<AnyInstance> runAsyncFactory(std::shared_ptr<F> factory,
@@ -67,8 +68,10 @@ asio::awaitable<AnyInstance> runAsyncFactory(std::shared_ptr<F> factory,
 // Every registration taking an asynchronous factory comes through here, so a factory of the
 // wrong shape fails with the one static_assert below; the erasure is skipped then, so that no
 // further error follows it.
+// A factory whose coroutine makes a `T` itself is kept typed as well, so that `resolve<T>` awaits
+// it without the adapter.
 template <class T, class F>
-AsyncFactory eraseAsyncFactory(F factory) {
+FactoryType eraseAsyncFactory(F factory) {
   if constexpr (SyncFactoryOf<F, T> && !AsyncFactoryOf<F, T>) {
     static_assert(AsyncFactoryOf<F, T>,
                   "TavrelDI: this factory returns std::shared_ptr<T>, but an asynchronous "
@@ -81,11 +84,17 @@ AsyncFactory eraseAsyncFactory(F factory) {
                   "TavrelDI: an asynchronous factory must be callable as "
                   "(AdvancedDIContainer&) -> asio::awaitable<std::shared_ptr<T>>");
     return {};
+  } else if constexpr (std::is_same_v<std::invoke_result_t<F&, AdvancedDIContainer&>,
+                                      asio::awaitable<std::shared_ptr<T>>>) {
+    auto typed = std::make_shared<const TypedAsyncFactory<T>>(std::move(factory));
+    return FactoryType::async<T>(typed, [typed](AdvancedDIContainer& container) {
+      return runAsyncFactory<T>(typed, container);
+    });
   } else {
     auto shared = std::make_shared<F>(std::move(factory));
-    return [shared](AdvancedDIContainer& container) {
+    return FactoryType::async([shared](AdvancedDIContainer& container) {
       return runAsyncFactory<T, F>(shared, container);
-    };
+    });
   }
 }
 
@@ -138,7 +147,7 @@ class AdvancedDIContainer {
   template <class T, class F>
   void registerAsync(DependencyScope scope, DependencyLifetime lifetime, F factory) {
     registerFactory(serviceKey<T>(), scope, lifetime,
-                    FactoryType::async(detail::eraseAsyncFactory<T>(std::move(factory))));
+                    detail::eraseAsyncFactory<T>(std::move(factory)));
   }
   /// As above with lifetime `application`.
   template <class T, class F>
@@ -189,7 +198,7 @@ class AdvancedDIContainer {
   void registerAsync(std::string_view key, DependencyScope scope, DependencyLifetime lifetime,
                      F factory) {
     registerFactory(serviceKey<T>(key), scope, lifetime,
-                    FactoryType::async(detail::eraseAsyncFactory<T>(std::move(factory))));
+                    detail::eraseAsyncFactory<T>(std::move(factory)));
   }
   /// As above with lifetime `application`.
   template <class T, class F>
@@ -301,7 +310,7 @@ class AdvancedDIContainer {
         [instance = std::move(instance)](
             AdvancedDIContainer&) -> asio::awaitable<std::shared_ptr<T>> { co_return instance; });
     runOnContainerThread([keyed, scope, erased = std::move(erased)](AdvancedDIContainer& c) {
-      c.registerFactory(*keyed, scope, DependencyLifetime::application, FactoryType::async(erased));
+      c.registerFactory(*keyed, scope, DependencyLifetime::application, erased);
     });
   }
   /// Registers each of `Ts`, in order, in one task; each factory call receives the container
@@ -415,6 +424,13 @@ class AdvancedDIContainer {
   /// Otherwise returns an empty instance having printed and changed nothing (then call
   /// `resolveInstance`). What `resolve` tries first.
   [[nodiscard]] virtual AnyInstance resolveCachedInstance(const ServiceKey& key) = 0;
+  /// Starts resolving `key` for a caller that awaits the factory itself (what `resolve` calls
+  /// first): returns the instance when the resolution needs no factory call or a synchronous one;
+  /// otherwise returns empty, and either leaves `pending` holding the factory to await (see
+  /// `detail::PendingResolution`) or, having printed and changed nothing, leaves it empty (then
+  /// call `resolveInstance`). The default declines all but what `resolveCachedInstance` serves.
+  [[nodiscard]] virtual AnyInstance startResolution(const ServiceKey& key,
+                                                    detail::PendingResolution& pending);
   /// Resolves `key` from the caches (what `resolveSync` calls). Home thread only.
   [[nodiscard]] virtual AnyInstance resolveInstanceSync(const ServiceKey& key) = 0;
   /// Resolves a registration by its type name (used by preloading); no type check.
@@ -425,23 +441,39 @@ class AdvancedDIContainer {
   [[nodiscard]] virtual const asio::any_io_executor& executor() const noexcept = 0;
 
  private:
-  // What both forms of `resolve` do: the cached instance at once when there is one, else the
-  // whole resolution.
+  // What both forms of `resolve` do: the cached instance at once when there is one; else the
+  // factory awaited right here when the container can hand it over, else the whole resolution.
+  // (Awaits into named locals only: see Config.hpp.)
   template <class T>
   asio::awaitable<std::shared_ptr<T>> resolveKeyed(const ServiceKey& key) {
-    AnyInstance instance = resolveCachedInstance(key);
-    if (!instance) {
+    detail::PendingResolution pending;
+    AnyInstance instance = startResolution(key, pending);
+    if (instance) co_return std::move(instance).template take<T>();
+    if (!pending.awaitsFactory()) {
       AnyInstance made = co_await resolveInstance(key);
-      instance = std::move(made);
+      co_return std::move(made).template take<T>();
     }
-    co_return std::move(instance).template take<T>();
+    std::exception_ptr error;
+    try {
+      if (const TypedAsyncFactory<T>* typed = pending.factory().template typedFactory<T>()) {
+        std::shared_ptr<T> made = co_await (*typed)(pending.context());
+        instance = AnyInstance::of<T>(std::move(made));
+      } else {
+        AnyInstance made = co_await (*pending.factory().asyncFactory())(pending.context());
+        instance = std::move(made);
+      }
+    } catch (...) {
+      error = std::current_exception();
+    }
+    if (pending.awayFromHome()) co_await pending.returnHome();
+    AnyInstance finished = pending.finish(std::move(instance), error);
+    co_return std::move(finished).template take<T>();
   }
   template <class T, class F>
   void registerLater(DependencyScope scope, F factory) {
     auto erased = detail::eraseAsyncFactory<T>(std::move(factory));
     runOnContainerThread([scope, erased = std::move(erased)](AdvancedDIContainer& container) {
-      container.registerFactory(serviceKey<T>(), scope, DependencyLifetime::application,
-                                FactoryType::async(erased));
+      container.registerFactory(serviceKey<T>(), scope, DependencyLifetime::application, erased);
     });
   }
   [[nodiscard]] static bool isDevelopmentBuild() noexcept;

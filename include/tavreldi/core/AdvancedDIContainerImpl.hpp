@@ -96,6 +96,8 @@ class AdvancedDIContainerImpl final : public AdvancedDIContainer {
   void registerMetadata(const ServiceKey& key, DependencyMetadata metadata) override;
   [[nodiscard]] asio::awaitable<AnyInstance> resolveInstance(const ServiceKey& key) override;
   [[nodiscard]] AnyInstance resolveCachedInstance(const ServiceKey& key) override;
+  [[nodiscard]] AnyInstance startResolution(const ServiceKey& key,
+                                            detail::PendingResolution& pending) override;
   [[nodiscard]] AnyInstance resolveInstanceSync(const ServiceKey& key) override;
   [[nodiscard]] asio::awaitable<AnyInstance> resolveByName(std::string name) override;
   void runOnContainerThread(std::function<void(AdvancedDIContainer&)> task) override;

@@ -53,6 +53,9 @@ struct AnyInstance {
 using SyncFactory = std::function<AnyInstance(AdvancedDIContainer&)>;
 /// An asynchronous factory: a coroutine that makes an instance or throws.
 using AsyncFactory = std::function<asio::awaitable<AnyInstance>(AdvancedDIContainer&)>;
+/// An asynchronous factory of `T` whose coroutine makes a `T` itself.
+template <class T>
+using TypedAsyncFactory = std::function<asio::awaitable<std::shared_ptr<T>>(AdvancedDIContainer&)>;
 
 /// The factory of one registration: synchronous or asynchronous. Shared, so that a call in
 /// progress keeps its factory alive even if the type is registered again meanwhile.
@@ -71,6 +74,15 @@ class FactoryType {
     f.async_ = std::make_shared<const AsyncFactory>(std::move(factory));
     return f;
   }
+  /// Holds an asynchronous factory of `T` in both forms: `typed` for `resolve<T>`, which awaits
+  /// it directly, and `erased` (an adapter around `typed`) for every other path.
+  template <class T>
+  static FactoryType async(std::shared_ptr<const TypedAsyncFactory<T>> typed, AsyncFactory erased) {
+    FactoryType f = async(std::move(erased));
+    f.typed_ = std::move(typed);
+    f.typedAs_ = &typeid(T);
+    return f;
+  }
   /// True when the factory is asynchronous.
   [[nodiscard]] bool isAsync() const noexcept { return async_ != nullptr; }
   /// True when a factory is held.
@@ -83,10 +95,18 @@ class FactoryType {
   [[nodiscard]] const std::shared_ptr<const AsyncFactory>& asyncFactory() const noexcept {
     return async_;
   }
+  /// The asynchronous factory as a `TypedAsyncFactory<T>` when it was registered as one, or null.
+  template <class T>
+  [[nodiscard]] const TypedAsyncFactory<T>* typedFactory() const noexcept {
+    if (typedAs_ == nullptr || *typedAs_ != typeid(T)) return nullptr;
+    return static_cast<const TypedAsyncFactory<T>*>(typed_.get());
+  }
 
  private:
   std::shared_ptr<const SyncFactory> sync_;
   std::shared_ptr<const AsyncFactory> async_;
+  std::shared_ptr<const void> typed_;
+  const std::type_info* typedAs_ = nullptr;
 };
 
 /// The observed dependencies, in insertion order: each type name (in the order first seen)

@@ -27,6 +27,7 @@
 #include <array>
 #include <asio/awaitable.hpp>
 #include <cstddef>
+#include <exception>
 #include <memory>
 #include <span>
 #include <type_traits>
@@ -34,6 +35,7 @@
 
 #include "tavreldi/core/AnyInstance.hpp"
 #include "tavreldi/core/Dependencies.hpp"
+#include "tavreldi/core/PendingResolution.hpp"
 #include "tavreldi/core/TypeName.hpp"
 
 namespace tavreldi {
@@ -230,8 +232,19 @@ struct AutoWiredFactory<Service, Impl, Dependencies<Ds...>> {
     std::array<AnyInstance, sizeof...(Ds)> resolved;
     std::size_t next = 0;
     for (const ServiceKey* key : dependencyKeys()) {
-      AnyInstance dependency = container.resolveCachedInstance(*key);
-      if (!dependency) {
+      PendingResolution pending;
+      AnyInstance dependency = container.startResolution(*key, pending);
+      if (pending.awaitsFactory()) {
+        std::exception_ptr error;
+        try {
+          AnyInstance made = co_await (*pending.factory().asyncFactory())(pending.context());
+          dependency = std::move(made);
+        } catch (...) {
+          error = std::current_exception();
+        }
+        if (pending.awayFromHome()) co_await pending.returnHome();
+        dependency = pending.finish(std::move(dependency), error);
+      } else if (!dependency) {
         AnyInstance made = co_await container.resolveInstance(*key);
         dependency = std::move(made);
       }

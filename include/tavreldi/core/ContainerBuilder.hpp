@@ -46,9 +46,8 @@ class ContainerBuilder {
   /// `(AdvancedDIContainer&) -> asio::awaitable<std::shared_ptr<T>>`.
   template <class T, class F>
   ContainerBuilder& registerAsync(DependencyScope scope, DependencyLifetime lifetime, F factory) {
-    return enqueueRegistration(
-        serviceKey<T>(), scope, lifetime,
-        FactoryType::async(detail::eraseAsyncFactory<T>(std::move(factory))));
+    return enqueueRegistration(serviceKey<T>(), scope, lifetime,
+                               detail::eraseAsyncFactory<T>(std::move(factory)));
   }
   /// Queues `registerSync<T>(scope, lifetime, factory)`; `factory` is
   /// `(AdvancedDIContainer&) -> std::shared_ptr<T>`.
@@ -80,9 +79,8 @@ class ContainerBuilder {
   template <class T, class F>
   ContainerBuilder& registerAsync(std::string_view key, DependencyScope scope,
                                   DependencyLifetime lifetime, F factory) {
-    return enqueueRegistration(
-        serviceKey<T>(key), scope, lifetime,
-        FactoryType::async(detail::eraseAsyncFactory<T>(std::move(factory))));
+    return enqueueRegistration(serviceKey<T>(key), scope, lifetime,
+                               detail::eraseAsyncFactory<T>(std::move(factory)));
   }
   /// Queues `registerSync<T>(key, scope, lifetime, factory)`.
   template <class T, class F>

@@ -144,6 +144,10 @@ struct ContainerState {
   // their storage.
   OptionalParameters resolvedParameters;
   bool resolvedParametersInUse = false;
+  // The service and scope `resolvedParameters` names: only the duration changes between
+  // resolutions of the same one.
+  const Slot* resolvedParametersSlot = nullptr;
+  DependencyScope resolvedParametersScope = DependencyScope::transient;
 
   // A child container's link to its parent (see ChildContainer.hpp); null for a root. Set when
   // the child is made, never changed.

@@ -61,6 +61,8 @@ class ResolutionContext final : public AdvancedDIContainer {
   void registerMetadata(const ServiceKey& key, DependencyMetadata metadata) override;
   [[nodiscard]] asio::awaitable<AnyInstance> resolveInstance(const ServiceKey& key) override;
   [[nodiscard]] AnyInstance resolveCachedInstance(const ServiceKey& key) override;
+  [[nodiscard]] AnyInstance startResolution(const ServiceKey& key,
+                                            PendingResolution& pending) override;
   [[nodiscard]] AnyInstance resolveInstanceSync(const ServiceKey& key) override;
   [[nodiscard]] asio::awaitable<AnyInstance> resolveByName(std::string name) override;
   void runOnContainerThread(std::function<void(AdvancedDIContainer&)> task) override;
@@ -110,6 +112,12 @@ class ResolutionContext final : public AdvancedDIContainer {
 /// `AdvancedDIContainer::resolveCachedInstance`); otherwise an empty instance.
 [[nodiscard]] AnyInstance resolveCachedWithin(ContainerState& state, const ServiceKey& key,
                                               const ResolutionFrame* parent);
+
+/// Starts resolving `key` within the chain ending at `parent` for a caller that awaits the
+/// factory itself (see `AdvancedDIContainer::startResolution`).
+[[nodiscard]] AnyInstance startWithin(AdvancedDIContainerImpl& container, ContainerState& state,
+                                      const ServiceKey& key, const ResolutionFrame* parent,
+                                      PendingResolution& pending);
 
 /// Hands out a cached instance of `key` within the chain ending at `parent` (null: none).
 [[nodiscard]] AnyInstance resolveSyncWithin(ContainerState& state, const ServiceKey& key,
