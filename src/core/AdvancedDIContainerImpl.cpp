@@ -1,27 +1,18 @@
-// Container state, registration and resolution.
+// Container state and registration; the container's operations that lead elsewhere (resolution,
+// scopes, preloading, children) are in files of their own.
 
 #include "tavreldi/core/AdvancedDIContainerImpl.hpp"
 
-#include <fmt/format.h>
-
 #include <asio/bind_executor.hpp>
-#include <asio/dispatch.hpp>
 #include <asio/post.hpp>
-#include <asio/this_coro.hpp>
 #include <asio/use_awaitable.hpp>
 #include <chrono>
-#include <exception>
-#include <optional>
-#include <stdexcept>
 
 #include "core/detail/ChildContainer.hpp"
 #include "core/detail/ContainerState.hpp"
-#include "core/detail/HomeThread.hpp"
 #include "core/detail/NameCollision.hpp"
 #include "core/detail/Output.hpp"
 #include "core/detail/ResolutionContext.hpp"
-#include "core/detail/SharedCreation.hpp"
-#include "tavreldi/core/Errors.hpp"
 #include "tavreldi/telemetry/DefaultDIAnalyticsProvider.hpp"
 
 namespace tavreldi {

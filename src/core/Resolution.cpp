@@ -5,7 +5,6 @@
 
 #include <asio/bind_executor.hpp>
 #include <asio/dispatch.hpp>
-#include <asio/post.hpp>
 #include <asio/this_coro.hpp>
 #include <asio/use_awaitable.hpp>
 #include <chrono>
@@ -17,13 +16,12 @@
 #include "core/detail/ChildContainer.hpp"
 #include "core/detail/ContainerState.hpp"
 #include "core/detail/HomeThread.hpp"
-#include "core/detail/NameCollision.hpp"
 #include "core/detail/Output.hpp"
 #include "core/detail/ResolutionContext.hpp"
 #include "core/detail/SharedCreation.hpp"
 #include "tavreldi/core/AdvancedDIContainerImpl.hpp"
 #include "tavreldi/core/Errors.hpp"
-#include "tavreldi/telemetry/DefaultDIAnalyticsProvider.hpp"
+#include "tavreldi/telemetry/DIAnalyticsProvider.hpp"
 
 namespace tavreldi {
 
@@ -545,8 +543,6 @@ ResolutionRecord& recordIn(PendingResolution& pending) noexcept {
 }
 
 }  // namespace
-
-PendingResolution::~PendingResolution() { destroyRecord(); }
 
 void PendingResolution::destroyRecord() noexcept {
   if (!holdsRecord_) return;

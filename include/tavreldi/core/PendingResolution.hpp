@@ -29,7 +29,9 @@ namespace detail {
 class PendingResolution {
  public:
   PendingResolution() noexcept = default;
-  ~PendingResolution();
+  ~PendingResolution() {
+    if (holdsRecord_) destroyRecord();
+  }
   PendingResolution(const PendingResolution&) = delete;
   PendingResolution& operator=(const PendingResolution&) = delete;
 
