@@ -106,13 +106,15 @@ std::string oneLine(std::string_view text) {
   std::string out;
   for (std::size_t i = 0; i < text.size(); ++i) {
     const auto c = static_cast<unsigned char>(text[i]);
-    std::string piece(1, static_cast<char>(c));
+    std::string_view piece = text.substr(i, 1);
+    char escaped[4];
     if (c == '\n') {
       piece = "\\n";
     } else if (c == '\t') {
       piece = "\\t";
     } else if (c < 0x20 || c == 0x7F) {
-      piece = fmt::format("\\x{:02x}", c);
+      fmt::format_to_n(escaped, sizeof escaped, "\\x{:02x}", c);
+      piece = {escaped, sizeof escaped};
     }
     if (out.size() + piece.size() > kMaxMessageLength - 3) {
       // Cut before a continuation byte's sequence start, so no character is split.
