@@ -14,11 +14,7 @@ namespace {
 
 using namespace sample;
 using Lines = std::vector<std::string>;
-
-template <class T>
-asio::awaitable<std::shared_ptr<T>> make(AdvancedDIContainer&) {
-  co_return std::make_shared<T>();
-}
+using Factories = testing::AsyncTest;
 
 // Prints "<name>.configure", yields to the executor once, registers UserAPI, then fails when
 // asked to.
@@ -31,7 +27,7 @@ class RecordingModule final : public DIModule {
     writeLine(name_ + ".configure");
     const auto executor = co_await asio::this_coro::executor;
     co_await asio::post(executor, asio::use_awaitable);
-    container.registerAsync<UserAPI>(DependencyScope::singleton, make<UserAPI>);
+    container.registerAsync<UserAPI>(DependencyScope::singleton, Factories::make<UserAPI>);
     if (fails_) throw std::runtime_error(name_ + " failed");
   }
 
@@ -51,7 +47,7 @@ class Builder : public testing::AsyncTest {
   void queueInterleaved(bool moduleFails = false) {
     builder
         .registerSync<Logger>(DependencyScope::singleton, DependencyLifetime::session,
-                              [](AdvancedDIContainer&) { return std::make_shared<Logger>(); })
+                              makeNow<Logger>)
         .registerModule(std::make_shared<RecordingModule>("M", moduleFails))
         .registerRepository<UserRepository>(make<UserRepository>);
   }
@@ -128,7 +124,7 @@ TEST_F(Builder, ConvenienceFormsImplyScopesAndApplicationLifetime) {
 }
 
 asio::awaitable<void> configureApp(ContainerBuilder& builder) {
-  builder.registerService<Logger>(make<Logger>);
+  builder.registerService<Logger>(Factories::make<Logger>);
   co_return;
 }
 

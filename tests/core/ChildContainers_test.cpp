@@ -81,8 +81,7 @@ TEST_F(ChildContainers, OverridesTakeEffectAtTheNextResolution) {
 // then the child's too, synchronously as well.
 TEST_F(ChildContainers, InheritedServicesAreTheParentsInstances) {
   auto parent = makeContainer();
-  parent->registerSync<Logger>(S::singleton,
-                               [](AdvancedDIContainer&) { return std::make_shared<Logger>(); });
+  parent->registerSync<Logger>(S::singleton, makeNow<Logger>);
   auto child = parent->createChild();
   child->registerType<Greeter>(S::singleton);
   LineRecorder recorder;

@@ -10,11 +10,6 @@ namespace {
 using namespace sample;
 using Lines = std::vector<std::string>;
 
-template <class T>
-asio::awaitable<std::shared_ptr<T>> make(AdvancedDIContainer&) {
-  co_return std::make_shared<T>();
-}
-
 class ConvenienceRegistration : public testing::AsyncTest {
  protected:
   // Runs whatever is queued on the executor now and returns how many handlers that was.

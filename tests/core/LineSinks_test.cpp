@@ -18,8 +18,7 @@ class LineSinksTest : public testing::AsyncTest {
   void printOnAnotherThread() {
     std::thread([this] {
       auto container = makeContainer();
-      container->registerSync<sample::Logger>(
-          DependencyScope::singleton, [](auto&) { return std::make_shared<sample::Logger>(); });
+      container->registerSync<sample::Logger>(DependencyScope::singleton, makeNow<sample::Logger>);
       run(container->createScope("s"));
     }).join();
   }

@@ -17,15 +17,9 @@ using Strings = std::vector<std::string>;
 class ResolutionTelemetry : public testing::AsyncTest {
  protected:
   void SetUp() override {
-    container->registerAsync<UserAPI>(
-        DependencyScope::singleton, DependencyLifetime::session,
-        [](AdvancedDIContainer& c) -> asio::awaitable<std::shared_ptr<UserAPI>> {
-          auto logger = co_await c.resolve<Logger>();
-          co_return std::make_shared<UserAPI>(UserAPI{logger});
-        });
-    container->registerSync<Logger>(DependencyScope::transient, [](AdvancedDIContainer&) {
-      return std::make_shared<Logger>();
-    });
+    container->registerAsync<UserAPI>(DependencyScope::singleton, DependencyLifetime::session,
+                                      resolving<UserAPI, Logger>);
+    container->registerSync<Logger>(DependencyScope::transient, makeNow<Logger>);
   }
 
   LineRecorder quiet;

@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <asio/steady_timer.hpp>
-#include <optional>
 #include <thread>
 
 #include "support/AsyncTest.hpp"
@@ -17,22 +15,6 @@ using testing::caught;
 using testing::normaliseDurations;
 using Lines = std::vector<std::string>;
 using E = DependencyResolutionError;
-
-// Resolves D through the container, then makes a T holding it when T can hold one.
-template <class T, class D>
-asio::awaitable<std::shared_ptr<T>> resolving(AdvancedDIContainer& c) {
-  auto dependency = co_await c.resolve<D>();
-  if constexpr (requires { T{dependency}; }) {
-    co_return std::make_shared<T>(T{dependency});
-  } else {
-    co_return std::make_shared<T>();
-  }
-}
-
-template <class T>
-std::shared_ptr<T> makeNow(AdvancedDIContainer&) {
-  return std::make_shared<T>();
-}
 
 class Resolution : public testing::AsyncTest {
  protected:
@@ -126,13 +108,10 @@ TEST_F(Resolution, ThreeLevelChainLinesAndDependencyMap) {
 }
 
 TEST_F(Resolution, CachingByScopeOnBothPaths) {
-  struct Case {
-    DependencyScope scope;
-    bool caching;
-    bool reused;  // a second resolve returns the first instance, and so does resolveSync
-  };
   using S = DependencyScope;
-  for (const auto [scope, caching, reused] :
+  // Scope, caching, and whether a second resolve (and resolveSync) gives the first instance.
+  using Case = std::tuple<S, bool, bool>;
+  for (const auto& [scope, caching, reused] :
        {Case{S::singleton, true, true}, Case{S::container, true, true}, Case{S::custom, true, true},
         Case{S::scoped, true, true}, Case{S::lazy, true, true}, Case{S::transient, true, false},
         Case{S::singleton, false, false}, Case{S::scoped, false, false},
@@ -248,27 +227,6 @@ TEST_F(Resolution, CyclesAreCaughtOnBothPaths) {
       caught<CircularDependencyException>([&] { (void)run(c->resolve<UserAPI>()); }),
       CircularDependencyException("Circular dependency detected: UserAPI -> Logger -> UserAPI",
                                   {"UserAPI", "Logger", "UserAPI"}));
-}
-
-asio::awaitable<std::shared_ptr<UserAPI>> slowApi(AdvancedDIContainer& c) {
-  asio::steady_timer timer(c.executor(), std::chrono::milliseconds(5));
-  co_await timer.async_wait(asio::use_awaitable);
-  co_return std::make_shared<UserAPI>();
-}
-
-TEST_F(Resolution, ResolveFromAnotherThreadRunsOnTheHomeThread) {
-  auto c = makeContainer();
-  std::thread::id factoryThread;
-  c->registerAsync<UserAPI>(DependencyScope::singleton, [&factoryThread](AdvancedDIContainer& c) {
-    factoryThread = std::this_thread::get_id();
-    return slowApi(c);
-  });
-  asio::thread_pool pool(1);
-  auto future = asio::co_spawn(pool, c->resolve<UserAPI>(), asio::use_future);
-  drive(future);
-  EXPECT_TRUE(future.get());
-  EXPECT_EQ(factoryThread, std::this_thread::get_id());
-  pool.join();
 }
 
 TEST_F(Resolution, SynchronousCallOffTheHomeThreadAborts) {

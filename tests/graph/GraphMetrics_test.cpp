@@ -261,12 +261,12 @@ TEST_F(GraphMetrics, CriticalPaths) {
 TEST_F(GraphMetrics, EndToEndAnalysisOfAResolvedApp) {
   using namespace sample;
   auto c = makeContainer(DIContainerConfig(2, false, true, true, true));
-  testing::registerWrapping<UserViewModel, LoadUserUseCase>(*c, DependencyScope::lazy);
-  testing::registerWrapping<LoadUserUseCase, UserRepository>(*c, DependencyScope::transient);
-  testing::registerWrapping<UserRepository, UserAPI>(*c, DependencyScope::scoped);
-  testing::registerWrapping<UserAPI, Logger>(*c, DependencyScope::singleton);
-  c->registerSync<Logger>(DependencyScope::transient,
-                          [](AdvancedDIContainer&) { return std::make_shared<Logger>(); });
+  c->registerAsync<UserViewModel>(DependencyScope::lazy, resolving<UserViewModel, LoadUserUseCase>);
+  c->registerAsync<LoadUserUseCase>(DependencyScope::transient,
+                                    resolving<LoadUserUseCase, UserRepository>);
+  c->registerAsync<UserRepository>(DependencyScope::scoped, resolving<UserRepository, UserAPI>);
+  c->registerAsync<UserAPI>(DependencyScope::singleton, resolving<UserAPI, Logger>);
+  c->registerSync<Logger>(DependencyScope::transient, makeNow<Logger>);
   int visits = 0;
   c->registerAsync<CycleA>(
       DependencyScope::singleton,

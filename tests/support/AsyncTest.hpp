@@ -18,6 +18,27 @@
 namespace tavreldi::testing {
 
 class AsyncTest : public ::testing::Test {
+ public:
+  /// Factories for registrations: a default T, asynchronously or at once.
+  template <class T>
+  static asio::awaitable<std::shared_ptr<T>> make(AdvancedDIContainer& /*unused*/) {
+    co_return std::make_shared<T>();
+  }
+  template <class T>
+  static std::shared_ptr<T> makeNow(AdvancedDIContainer& /*unused*/) {
+    return std::make_shared<T>();
+  }
+  /// A factory that resolves D through the container, then makes a T holding it if T can.
+  template <class T, class D>
+  static asio::awaitable<std::shared_ptr<T>> resolving(AdvancedDIContainer& c) {
+    auto dependency = co_await c.resolve<D>();
+    if constexpr (requires { T{dependency}; }) {
+      co_return std::make_shared<T>(T{dependency});
+    } else {
+      co_return std::make_shared<T>();
+    }
+  }
+
  protected:
   std::shared_ptr<AdvancedDIContainerImpl> makeContainer(
       DIContainerConfig config = DIContainerConfig::strict()) {
@@ -71,6 +92,13 @@ inline std::vector<std::string> normaliseDurations(const std::vector<std::string
   out.reserve(lines.size());
   for (const auto& line : lines) out.push_back(std::regex_replace(line, took, "(took T)"));
   return out;
+}
+
+/// The lines as one text, each ended by a line break, for comparing whole logs.
+inline std::string joined(const std::vector<std::string>& lines) {
+  std::string text;
+  for (const auto& line : lines) text += line + '\n';
+  return text;
 }
 
 }  // namespace tavreldi::testing

@@ -1,8 +1,7 @@
 #pragma once
 
 // Fills a container's registry and observed dependencies directly, for graph tests that need
-// shapes real resolutions cannot produce (cycles with detection on, unregistered owners, ...),
-// or registers services whose factories resolve for real.
+// shapes real resolutions cannot produce (cycles with detection on, unregistered owners, ...).
 
 #include <chrono>
 #include <memory>
@@ -22,18 +21,12 @@ inline void registerName(AdvancedDIContainerImpl& container, std::string_view na
                          std::vector<std::string> declared = {}) {
   detail::ContainerState& state = container.state();
   detail::Slot& slot = state.obtain(name);
-  slot.metadata = DependencyMetadata{scope,
-                                     DependencyLifetime::application,
-                                     false,
-                                     true,
-                                     {},
-                                     {},
-                                     std::chrono::system_clock::now(),
-                                     std::string(name),
-                                     true,
-                                     0,
-                                     std::move(declared),
-                                     ThreadSafety::safe};
+  slot.metadata =
+      DependencyMetadata{scope, DependencyLifetime::application, false, true,
+                         // no tags or custom data
+                         std::vector<std::string>(), std::map<std::string, std::string>(),
+                         std::chrono::system_clock::now(), std::string(name), true, 0,
+                         std::move(declared), ThreadSafety::safe};
   state.addToRegistry(slot);
 }
 
@@ -44,16 +37,6 @@ inline void observe(AdvancedDIContainerImpl& container, std::string_view from,
   for (const std::string_view name : to) {
     state.addDependency(state.obtain(from), state.obtain(name));
   }
-}
-
-/// Registers T with a factory that resolves D and wraps it (`T{dependency}`).
-template <class T, class D>
-void registerWrapping(AdvancedDIContainerImpl& container, DependencyScope scope) {
-  container.registerAsync<T>(scope,
-                             [](AdvancedDIContainer& c) -> asio::awaitable<std::shared_ptr<T>> {
-                               auto dependency = co_await c.resolve<D>();
-                               co_return std::make_shared<T>(T{dependency});
-                             });
 }
 
 }  // namespace tavreldi::testing

@@ -125,20 +125,19 @@ class RenderViewerTest : public testing::AsyncTest {};
 
 TEST_F(RenderViewerTest, AddsTheContainersOwnFigures) {
   using namespace sample;
-  auto container = makeContainer();
+  auto c = makeContainer();
   LineRecorder quiet;
-  testing::registerWrapping<UserViewModel, LoadUserUseCase>(*container, DependencyScope::lazy);
-  testing::registerWrapping<LoadUserUseCase, UserRepository>(*container,
-                                                             DependencyScope::transient);
-  testing::registerWrapping<UserRepository, UserAPI>(*container, DependencyScope::singleton);
-  container->registerSync<UserAPI>(
-      DependencyScope::singleton, [](AdvancedDIContainer&) { return std::make_shared<UserAPI>(); });
-  (void)run(container->resolve<UserViewModel>());
-  (void)run(container->resolve<UserAPI>());  // a second resolution: served from the cache
+  c->registerAsync<UserViewModel>(DependencyScope::lazy, resolving<UserViewModel, LoadUserUseCase>);
+  c->registerAsync<LoadUserUseCase>(DependencyScope::transient,
+                                    resolving<LoadUserUseCase, UserRepository>);
+  c->registerAsync<UserRepository>(DependencyScope::singleton, resolving<UserRepository, UserAPI>);
+  c->registerSync<UserAPI>(DependencyScope::singleton, makeNow<UserAPI>);
+  (void)run(c->resolve<UserViewModel>());
+  (void)run(c->resolve<UserAPI>());  // a second resolution: served from the cache
 
   DependencyVisualizer visualizer(
-      container, VisualizationConfig{VisualizationType::tree, OutputFormat::html, true, true, true,
-                                     true, true, true, 1, true, false, false});
+      c, VisualizationConfig{VisualizationType::tree, OutputFormat::html, true, true, true, true,
+                             true, true, 1, true, false, false});
   const json data = json::parse(dataText(run(visualizer.renderViewer({}))));
 
   EXPECT_EQ(data["measured"].size(), 4U);
