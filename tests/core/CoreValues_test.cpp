@@ -13,18 +13,13 @@ namespace tavreldi {
 namespace {
 
 DependencyMetadata sampleMetadata() {
-  return DependencyMetadata{DependencyScope::lazy,
-                            DependencyLifetime::session,
-                            false,
-                            true,
-                            {"ui", "main"},
-                            {{"owner", "team"}},
-                            *parseIso8601("2026-11-22T10:15:30.123Z"),
-                            "UserViewModel",
-                            true,
-                            3,
-                            {"LoadUserUseCase"},
-                            ThreadSafety::conditionallySafe};
+  using Texts = std::vector<std::string>;
+  return DependencyMetadata{
+      DependencyScope::lazy, DependencyLifetime::session, false, true, Texts{"ui", "main"},
+      std::map<std::string, std::string>{{"owner", "team"}},
+      // registration time, type name, circular detection, priority, dependencies, thread safety
+      *parseIso8601("2026-11-22T10:15:30.123Z"), "UserViewModel", true, 3, Texts{"LoadUserUseCase"},
+      ThreadSafety::conditionallySafe};
 }
 
 TEST(DependencyMetadataTest, ScopeClassesDerivedPropertiesAndDescription) {

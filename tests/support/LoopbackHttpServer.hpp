@@ -186,20 +186,12 @@ struct TestCertificates {
   };
 
   static TestCertificates make(const std::filesystem::path& dir) {
-    std::ofstream(dir / "openssl.cnf") << "[req]\n"
-                                          "distinguished_name = dn\n"
-                                          "prompt = no\n"
-                                          "[dn]\n"
-                                          "CN = unused\n"
-                                          "[ca]\n"
-                                          "basicConstraints = critical,CA:TRUE\n"
-                                          "keyUsage = critical,keyCertSign,cRLSign\n"
-                                          "subjectKeyIdentifier = hash\n"
-                                          "[server]\n"
-                                          "basicConstraints = CA:FALSE\n"
-                                          "keyUsage = critical,digitalSignature\n"
-                                          "extendedKeyUsage = serverAuth\n"
-                                          "subjectAltName = IP:127.0.0.1\n";
+    std::ofstream(dir / "openssl.cnf")
+        << "[req]\ndistinguished_name = dn\nprompt = no\n[dn]\nCN = unused\n"
+           "[ca]\nbasicConstraints = critical,CA:TRUE\nkeyUsage = critical,keyCertSign,cRLSign\n"
+           "subjectKeyIdentifier = hash\n[server]\nbasicConstraints = CA:FALSE\n"
+           "keyUsage = critical,digitalSignature\nextendedKeyUsage = serverAuth\n"
+           "subjectAltName = IP:127.0.0.1\n";
     const std::string in = "cd '" + dir.string() + "' && ";
     const std::string key = " -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes";
     const std::string quiet = " >openssl.log 2>&1";
