@@ -32,8 +32,7 @@ DashboardConfig configFor(std::string url, int retryCount = 0) {
 
 DependencyGraph smallGraph() {
   DependencyGraph graph;
-  graph.nodes.resize(1);
-  graph.nodes[0].id = "UserAPI";
+  graph.nodes.emplace_back().id = "UserAPI";
   graph.analysis.totalNodes = 1;
   return graph;
 }

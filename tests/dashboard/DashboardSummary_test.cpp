@@ -10,6 +10,7 @@
 
 #include "dashboard/detail/DashboardEndpoint.hpp"
 #include "dashboard/detail/HttpTransport.hpp"
+#include "support/GraphFixture.hpp"
 #include "support/JsonDecoding.hpp"
 #include "tavreldi/dashboard/DashboardData.hpp"
 #include "tavreldi/dashboard/DashboardError.hpp"
@@ -21,20 +22,11 @@ Timestamp at(std::string_view text) { return parseIso8601(text).value(); }
 
 DependencyGraph sampleGraph() {
   DependencyGraph graph;
-  graph.nodes.resize(2);
-  graph.nodes[0].id = "UserAPI";
-  graph.nodes[0].layer = 1;
+  graph.nodes = {testing::node("UserAPI", DependencyScope::singleton, {}, 1),
+                 testing::node("UserRepository", DependencyScope::scoped, {}, 2, true)};
   graph.nodes[0].type = NodeType::service;
-  graph.nodes[1].id = "UserRepository";
-  graph.nodes[1].scope = DependencyScope::scoped;
-  graph.nodes[1].layer = 2;
   graph.nodes[1].type = NodeType::repository;
-  graph.nodes[1].isCircular = true;
-  graph.edges.resize(1);
-  graph.edges[0].from = "UserRepository";
-  graph.edges[0].to = "UserAPI";
-  graph.edges[0].relationshipType = RelationshipType::dataFlow;
-  graph.edges[0].isCircular = true;
+  graph.edges = {testing::edge("UserRepository", "UserAPI", true, "", RelationshipType::dataFlow)};
   graph.analysis.totalNodes = 2;
   graph.analysis.totalDependencies = 1;
   graph.analysis.maxDepth = 2;

@@ -20,6 +20,7 @@ namespace {
 using Names = std::vector<std::string>;
 using Nodes = std::vector<DependencyNode>;
 using Edges = std::vector<DependencyEdge>;
+using testing::edge;
 
 class GraphMetrics : public testing::AsyncTest {};
 
@@ -31,14 +32,6 @@ DependencyNode node(std::string id, std::int64_t layer = 0,
   n.complexity = complexity;
   n.dependencies = std::vector<std::string>(deps, "X");
   return n;
-}
-
-DependencyEdge edge(std::string from, std::string to, bool circular = false) {
-  DependencyEdge e;
-  e.from = std::move(from);
-  e.to = std::move(to);
-  e.isCircular = circular;
-  return e;
 }
 
 Nodes nodes(int count) {

@@ -1,7 +1,8 @@
 #pragma once
 
 // Fills a container's registry and observed dependencies directly, for graph tests that need
-// shapes real resolutions cannot produce (cycles with detection on, unregistered owners, ...).
+// shapes real resolutions cannot produce (cycles with detection on, unregistered owners, ...);
+// and makes graph records with the fields the tests set, every other field left as it is.
 
 #include <chrono>
 #include <memory>
@@ -37,6 +38,31 @@ inline void observe(AdvancedDIContainerImpl& container, std::string_view from,
   for (const std::string_view name : to) {
     state.addDependency(state.obtain(from), state.obtain(name));
   }
+}
+
+/// A node with the given fields.
+inline DependencyNode node(Name id, DependencyScope scope = DependencyScope::singleton,
+                           NameList dependencies = {}, std::int64_t layer = 0,
+                           bool circular = false) {
+  DependencyNode n;
+  n.id = std::move(id);
+  n.scope = scope;
+  n.dependencies = std::move(dependencies);
+  n.layer = layer;
+  n.isCircular = circular;
+  return n;
+}
+
+/// An edge with the given fields.
+inline DependencyEdge edge(Name from, Name to, bool circular = false, std::string relationship = {},
+                           RelationshipType type = RelationshipType::dependency) {
+  DependencyEdge e;
+  e.from = std::move(from);
+  e.to = std::move(to);
+  e.isCircular = circular;
+  e.relationship = std::move(relationship);
+  e.relationshipType = type;
+  return e;
 }
 
 }  // namespace tavreldi::testing

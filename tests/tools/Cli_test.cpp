@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "support/GraphFixture.hpp"
 #include "tavreldi/graph/DependencyGraph.hpp"
 #include "tavreldi/visualization/DiagramGenerators.hpp"
 
@@ -53,16 +54,9 @@ DependencyGraph savedGraph() {
   DependencyGraph graph;
   for (std::size_t i = 0; i < names.size(); ++i) {
     const std::string& next = names[i == 4 ? 3 : i + 1];  // the cache closes the cycle
-    DependencyNode& node = graph.nodes.emplace_back();
-    node.id = names[i];
-    node.scope = scopes[i];
-    node.layer = static_cast<std::int64_t>(4 - i);
-    node.dependencies = {next};
-    node.isCircular = i >= 3;
-    DependencyEdge& edge = graph.edges.emplace_back();
-    edge.from = names[i];
-    edge.to = next;
-    edge.isCircular = i >= 3;
+    graph.nodes.push_back(
+        testing::node(names[i], scopes[i], {next}, 4 - static_cast<std::int64_t>(i), i >= 3));
+    graph.edges.push_back(testing::edge(names[i], next, i >= 3));
   }
   GraphAnalysis& analysis = graph.analysis;
   analysis.hasCircularDependencies = true;

@@ -29,17 +29,11 @@ DependencyGraph awkwardGraph() {
   DependencyGraph graph;
   for (std::size_t i = 0; i < cycle.size(); ++i) {
     const std::string& next = cycle[(i + 1) % cycle.size()];
-    DependencyNode& node = graph.nodes.emplace_back();
-    node.id = cycle[i];
-    node.dependencies = {next};
-    node.isCircular = true;
-    node.metadata = {{"note", "a & b <i>"}};
-    DependencyEdge& edge = graph.edges.emplace_back();
-    edge.from = cycle[i];
-    edge.to = next;
-    edge.isCircular = true;
+    graph.nodes.push_back(testing::node(cycle[i], DependencyScope::singleton, {next}, 0, true));
+    graph.nodes.back().metadata = {{"note", "a & b <i>"}};
+    graph.edges.push_back(testing::edge(cycle[i], next, true));
   }
-  graph.nodes.emplace_back().id = "Logger";
+  graph.nodes.push_back(testing::node("Logger"));
   graph.analysis.circularDependencyChains = {cycle};
   return graph;
 }
