@@ -1,11 +1,8 @@
-// Opens the graph viewer pages that the tavreldi tool writes in headless Chromium and uses them
-// as a person would: click, search, switch screens. Also times a page of 1,000 services. (Mermaid's
-// own parser reads the generated Mermaid text in DiagramGenerators_test.cpp, through
-// parse-mermaid.mjs.)
-//
-// Usage: node viewer.test.mjs [path/to/tavreldi]
-//   TAVRELDI_TOOL  the tool (default: the first argument, then ../../build/test/tools/tavreldi/tavreldi)
-//   CHROMIUM       the browser (default /usr/bin/chromium)
+// Opens the graph viewer pages that the tavreldi tool writes in headless Chromium and uses them as a
+// person would: click, search, switch screens; also times a page of 1,000 services. (Mermaid's own
+// parser reads the generated Mermaid text in DiagramGenerators_test.cpp, through parse-mermaid.mjs.)
+// Usage: node viewer.test.mjs [path/to/tavreldi]. TAVRELDI_TOOL names the tool (default: the first
+// argument, then ../../build/test/tools/tavreldi/tavreldi), CHROMIUM the browser (/usr/bin/chromium).
 
 import { test, before, after } from 'node:test';
 import assert from 'node:assert/strict';
@@ -24,12 +21,8 @@ const browserPath = process.env.CHROMIUM || '/usr/bin/chromium';
 const work = fs.mkdtempSync(path.join(os.tmpdir(), 'tavreldi-viewer-'));
 
 const AWKWARD = {
-  script: '</script><img src=x onerror=alert(1)>',
-  template: 'Repository<User>',
-  cache: 'Cache<Key, Value>',
-  dotted: 'My.Service-A',
-  quotes: '"Quoted" & \'single\' UseCase',
-  unicode: 'Ünïcødé ViewModel',
+  script: '</script><img src=x onerror=alert(1)>', template: 'Repository<User>', cache: 'Cache<Key, Value>',
+  dotted: 'My.Service-A', quotes: '"Quoted" & \'single\' UseCase', unicode: 'Ünïcødé ViewModel',
   separator: 'Line\u2028Break',
 };
 
@@ -82,9 +75,7 @@ function largeGraph() {
   return makeGraph(nodes, edges);
 }
 
-function runTool(...args) {
-  return execFileSync(tool, args, { encoding: 'utf8', maxBuffer: 1 << 28 });
-}
+const runTool = (...args) => execFileSync(tool, args, { encoding: 'utf8', maxBuffer: 1 << 28 });
 
 function writeGraphPage(name, graph) {
   const json = path.join(work, name + '.json'), html = path.join(work, name + '.html');
@@ -117,9 +108,7 @@ before(async () => {
   assert.ok(fs.existsSync(tool), `the tavreldi tool is missing: ${tool}`);
   runTool('demo', '--html', path.join(work, 'sample.html'));
   context = await chromium.launchPersistentContext(path.join(work, 'profile'), {
-    executablePath: browserPath,
-    headless: true,
-    viewport: { width: 1280, height: 800 },
+    executablePath: browserPath, headless: true, viewport: { width: 1280, height: 800 },
     args: ['--headless', '--no-sandbox', '--disable-gpu', '--no-first-run', '--disable-background-networking',
       '--disable-component-update', '--disable-sync'],
   });
@@ -189,7 +178,10 @@ test('the search box highlights matches and hides the rest', async () => {
 
 test('each diagram tab shows its text, with a copy button', async () => {
   // The list itself (types, order, texts) is checked by ViewerPage_test.cpp.
-  assert.equal(sampleData.diagrams[0].text, runTool('render', await savedSampleGraph(), '--type', 'mermaid'));
+  // The sample app's graph as the tool reads it back from the page data renders the same Mermaid text.
+  const saved = path.join(work, 'sample-graph.json');
+  fs.writeFileSync(saved, JSON.stringify({ nodes: sampleData.nodes, edges: sampleData.edges, analysis: sampleData.analysis }));
+  assert.equal(sampleData.diagrams[0].text, runTool('render', saved, '--type', 'mermaid'));
   await samplePage.click('#tabs button[data-screen=diagrams]');
   for (const diagram of sampleData.diagrams) {
     await samplePage.click(`#diagram-tabs button[data-diagram=${diagram.type}]`);
@@ -274,12 +266,9 @@ test('awkward names stay text and never become markup', async () => {
   assert.equal(await page.locator('#nodes g.node').count(), graph.nodes.length);
   assert.equal(await page.locator('#edges path.edge.circular').count(), 2);
   assert.equal(await page.locator('#edges text.cycle-mark').count(), 2);
-  assert.deepEqual(await page.evaluate(() => ({
-    images: document.querySelectorAll('img').length,
-    users: document.getElementsByTagName('user').length,
-    scripts: document.scripts.length,
-    alerts: window.alerts,
-  })), { images: 0, users: 0, scripts: 2, alerts: [] });
+  assert.deepEqual(await page.evaluate(() => ({ images: document.querySelectorAll('img').length,
+    users: document.getElementsByTagName('user').length, scripts: document.scripts.length, alerts: window.alerts })),
+  { images: 0, users: 0, scripts: 2, alerts: [] });
   assert.deepEqual((await pageData(page)).nodes.map((n) => n.id), graph.nodes.map((n) => n.id));
 
   const template = nodeNamed(page, AWKWARD.template);
@@ -320,10 +309,3 @@ test('a page of 1,000 services and 3,000 dependencies opens and answers (timed, 
 test('no page logged an error', () => {
   assert.deepEqual(problems, []);
 });
-
-// The sample app's graph as the tool reads it back: nodes, edges and analysis of the page data.
-async function savedSampleGraph() {
-  const file = path.join(work, 'sample-graph.json');
-  fs.writeFileSync(file, JSON.stringify({ nodes: sampleData.nodes, edges: sampleData.edges, analysis: sampleData.analysis }));
-  return file;
-}
