@@ -26,11 +26,9 @@ class GraphMetrics : public testing::AsyncTest {};
 
 DependencyNode node(std::string id, std::int64_t layer = 0,
                     ComplexityLevel complexity = ComplexityLevel::low, std::size_t deps = 0) {
-  DependencyNode n;
-  n.id = std::move(id);
-  n.layer = layer;
+  DependencyNode n =
+      testing::node(std::move(id), DependencyScope::singleton, Names(deps, "X"), layer);
   n.complexity = complexity;
-  n.dependencies = std::vector<std::string>(deps, "X");
   return n;
 }
 
