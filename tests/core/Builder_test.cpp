@@ -83,12 +83,8 @@ TEST_F(Builder, BuildRunsRegistrationsAndModulesInQueueOrderOneBuildAtATime) {
 TEST_F(Builder, FailingModuleStopsBuildKeepingEarlierSteps) {
   queueInterleaved(true);
   LineRecorder recorder;
-  try {
-    (void)run(builder.build());
-    FAIL() << "build() should fail";
-  } catch (const std::runtime_error& error) {
-    EXPECT_STREQ(error.what(), "M failed");
-  }
+  const auto error = testing::caught<std::runtime_error>([&] { (void)run(builder.build()); });
+  EXPECT_STREQ(error.value().what(), "M failed");
   EXPECT_EQ(recorder.lines(), (Lines{kLogger, "M.configure", kApi}));
   EXPECT_TRUE(builder.container()->isRegistered<Logger>());
   EXPECT_TRUE(builder.container()->isRegistered<UserAPI>());

@@ -91,12 +91,8 @@ TEST_F(ConcurrentResolution, ASharedFailureIsNotCached) {
                         co_return std::make_shared<A>();
                       });
   for (auto& future : spawn<A>(*c, 10)) {
-    EXPECT_THROW(
-        try { future.get(); } catch (const std::runtime_error& e) {
-          EXPECT_STREQ(e.what(), "backend down");
-          throw;
-        },
-        std::runtime_error);
+    const auto error = testing::caught<std::runtime_error>([&] { future.get(); });
+    EXPECT_STREQ(error.value().what(), "backend down");
   }
   EXPECT_EQ(runs, 1);
   EXPECT_TRUE(run(c->resolve<A>()));

@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 #include <tuple>
 
+#include "support/AsyncTest.hpp"
 #include "support/SampleServices.hpp"
 #include "tavreldi/core/DIContainerConfig.hpp"
 #include "tavreldi/core/DependencyMetadata.hpp"
@@ -11,6 +12,8 @@
 
 namespace tavreldi {
 namespace {
+
+using testing::caught;
 
 DependencyMetadata sampleMetadata() {
   using Texts = std::vector<std::string>;
@@ -99,12 +102,8 @@ TEST(DependencyMetadataTest, JsonFormAndStrictDecoding) {
     auto bad = json;
     bad[key] = value;
     if (value.is_null()) bad.erase(key);
-    try {
-      (void)bad.get<DependencyMetadata>();
-      ADD_FAILURE() << "decoded with bad " << key;
-    } catch (const DecodingError& error) {
-      EXPECT_NE(std::string(error.what()).find('"' + key + '"'), std::string::npos) << key;
-    }
+    const auto error = caught<DecodingError>([&] { (void)bad.get<DependencyMetadata>(); });
+    EXPECT_NE(std::string(error.value().what()).find('"' + key + '"'), std::string::npos) << key;
   }
 }
 
@@ -148,12 +147,9 @@ TEST(Errors, DescriptionsJsonRoundTripAndDecodingFailures) {
            {R"({"notRegistered":{"_0":"A"},"typeMismatch":{"_0":"B"}})", oneKey},
            {R"({"unknownCase":{"_0":"A"}})", "unknownCase"},
            {R"({"notRegistered":{}})", "\"_0\""}}) {
-    try {
-      (void)dependencyResolutionErrorFromJson(nlohmann::json::parse(text));
-      ADD_FAILURE() << text;
-    } catch (const DecodingError& error) {
-      EXPECT_NE(std::string(error.what()).find(message), std::string::npos) << error.what();
-    }
+    const auto error = caught<DecodingError>(
+        [&] { (void)dependencyResolutionErrorFromJson(nlohmann::json::parse(text)); });
+    EXPECT_NE(std::string(error.value().what()).find(message), std::string::npos) << text;
   }
 
   const CircularDependencyException exception("M", {"A", "B"});

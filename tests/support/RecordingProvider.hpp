@@ -1,11 +1,12 @@
 #pragma once
 
 // A telemetry provider, for analytics and for crash reports alike, that records every call in
-// order, for tests. Thread-safe.
+// order, for tests (thread-safe); and readable GoogleTest output for telemetry values and maps.
 
 #include <exception>
 #include <mutex>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <string_view>
 #include <typeindex>
@@ -14,11 +15,19 @@
 #include <variant>
 #include <vector>
 
-#include "support/TelemetryPrinters.hpp"
+#include "tavreldi/telemetry/AnalyticsValue.hpp"
 #include "tavreldi/telemetry/DIAnalyticsProvider.hpp"
 #include "tavreldi/telemetry/DICrashlyticsProvider.hpp"
 
-namespace tavreldi::testing {
+namespace tavreldi {
+
+// Found by argument-dependent lookup.
+inline void PrintTo(const AnalyticsValue& value, std::ostream* os) {
+  *os << value.toQuotedString();
+}
+inline void PrintTo(const ParameterMap& map, std::ostream* os) { *os << map.toString(); }
+
+namespace testing {
 
 // The kinds of call the provider records.
 namespace recorded_calls {
@@ -110,4 +119,5 @@ class RecordingProvider : public DIAnalyticsProvider, public DICrashlyticsProvid
   std::vector<Call> calls_;
 };
 
-}  // namespace tavreldi::testing
+}  // namespace testing
+}  // namespace tavreldi

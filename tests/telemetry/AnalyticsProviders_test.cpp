@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-#include "support/TelemetryPrinters.hpp"
+#include "support/RecordingProvider.hpp"
 #include "tavreldi/core/Errors.hpp"
 #include "tavreldi/core/LineWriter.hpp"
 #include "tavreldi/telemetry/AnalyticsValue.hpp"

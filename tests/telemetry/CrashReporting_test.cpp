@@ -12,7 +12,6 @@
 #include <vector>
 
 #include "support/RecordingProvider.hpp"
-#include "support/TelemetryPrinters.hpp"
 #include "tavreldi/core/Errors.hpp"
 #include "tavreldi/core/LineWriter.hpp"
 #include "tavreldi/telemetry/DICrashlyticsConfig.hpp"

@@ -12,6 +12,7 @@
 #include <string>
 #include <tuple>
 
+#include "support/AsyncTest.hpp"
 #include "support/GraphFixture.hpp"
 #include "tavreldi/visualization/VisualizationModel.hpp"
 #include "visualization/detail/DiagramIdentifiers.hpp"
@@ -61,15 +62,12 @@ TEST(DiagramGenerators, TextLayoutsOfSampleGraph) {
   EXPECT_EQ(G::generate(VisualizationType::tree, graph, {}, 4, tree.size()), tree);
   for (const VisualizationType type : {VisualizationType::tree, VisualizationType::layered}) {
     const std::size_t size = G::generate(type, graph, {}, 4).size();
-    try {
-      (void)G::generate(type, graph, {}, 4, size - 1);
-      ADD_FAILURE() << toString(type);
-    } catch (const DiagramTooLargeError& error) {
-      EXPECT_EQ(error.what(), "the " + std::string(toString(type)) +
-                                  " diagram is larger than the output limit of " +
-                                  std::to_string(size - 1) + " bytes");
-      EXPECT_EQ(std::tuple(error.type(), error.limit()), std::tuple(type, size - 1));
-    }
+    const auto error = testing::caught<DiagramTooLargeError>(
+        [&] { (void)G::generate(type, graph, {}, 4, size - 1); });
+    EXPECT_EQ(error.value().what(), "the " + std::string(toString(type)) +
+                                        " diagram is larger than the output limit of " +
+                                        std::to_string(size - 1) + " bytes");
+    EXPECT_EQ(std::tuple(error->type(), error->limit()), std::tuple(type, size - 1));
   }
 
   // Two nodes show every part of a network entry: both flags, a list of two, an empty list (whose
