@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <stdexcept>
 
 #include "support/AsyncTest.hpp"
@@ -16,8 +15,7 @@ using namespace sample;
 using Lines = std::vector<std::string>;
 using Factories = testing::AsyncTest;
 
-// Prints "<name>.configure", yields to the executor once, registers UserAPI, then fails when
-// asked to.
+// Prints "<name>.configure", yields once, registers UserAPI, then fails if asked to.
 class RecordingModule final : public DIModule {
  public:
   explicit RecordingModule(std::string name, bool fails = false)

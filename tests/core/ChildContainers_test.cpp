@@ -76,9 +76,8 @@ TEST_F(ChildContainers, OverridesTakeEffectAtTheNextResolution) {
   }
 }
 
-// The child resolves a service of its own whose dependency is the parent's: the parent makes
-// it (its lines, its cache, its counts), the child records the edge; cached by the parent, it is
-// then the child's too, synchronously as well.
+// The child's own service depends on the parent's: the parent makes it (its lines, cache, counts),
+// the child records the edge; cached by the parent, it is the child's too, synchronously as well.
 TEST_F(ChildContainers, InheritedServicesAreTheParentsInstances) {
   auto parent = makeContainer();
   parent->registerSync<Logger>(S::singleton, makeNow<Logger>);

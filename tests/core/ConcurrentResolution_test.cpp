@@ -133,9 +133,8 @@ TEST_F(ConcurrentResolution, ACycleAcrossChainsFails) {
   EXPECT_EQ(testing::caught<CircularDependencyException>([&] { second.get(); }), expected);
 }
 
-// Callers on this thread and on a pool, of a factory that finishes on another thread: each
-// resolution starts and ends on the container's thread (its lines reach this thread's recorder),
-// and each caller goes on on its own executor.
+// Callers here and on a pool, of a factory that finishes elsewhere: each resolution runs on the
+// container's thread (its lines reach this thread's recorder); each caller goes on on its own.
 TEST_F(ConcurrentResolution, EveryResolutionRunsOnTheHomeThread) {
   auto c = makeContainer();
   asio::thread_pool pool(2);

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
-#include <string>
 
 #include "tavreldi/core/Enum.hpp"
 

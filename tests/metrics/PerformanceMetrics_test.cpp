@@ -34,8 +34,7 @@ TEST(PerformanceMetricsTest, ReportAndRates) {
   EXPECT_EQ(sample(3, 0).failureRate(), 0.0);
   EXPECT_EQ(sample(0, 4).successRate(), 0.0);
 
-  // No resolutions at all: success rate 0 (in the report), failure rate 1; figures round to two
-  // decimals.
+  // No resolutions: success rate 0 (in the report), failure rate 1; figures round to two places.
   auto idle = sample(0, 0);
   idle.cacheHitRatio = 0.98766;
   idle.averageResolutionTime = 0.004;

@@ -84,8 +84,7 @@ std::optional<X> caught(F call) {
   return std::nullopt;
 }
 
-/// Replaces the duration in "✅ Resolved: X (took 0.001s)" lines by "(took T)", after checking
-/// its form, so that expected lines can be written out whole.
+/// The lines with a well-formed duration in "✅ Resolved: X (took 0.001s)" written "(took T)".
 inline std::vector<std::string> normaliseDurations(const std::vector<std::string>& lines) {
   static const std::regex took(R"(\(took [0-9]+\.[0-9]{3}s\)$)");
   std::vector<std::string> out;

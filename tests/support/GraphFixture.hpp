@@ -1,11 +1,9 @@
 #pragma once
 
-// Fills a container's registry and observed dependencies directly, for graph tests that need
-// shapes real resolutions cannot produce (cycles with detection on, unregistered owners, ...);
-// and makes graph records with the fields the tests set, every other field left as it is.
+// Fills a container's registry and observed dependencies directly, for shapes real resolutions
+// cannot produce (cycles with detection on, unregistered owners, ...); makes graph records.
 
 #include <chrono>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>

@@ -8,8 +8,8 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <nlohmann/json.hpp>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -30,9 +30,7 @@ struct ToolRun {
 
 std::string readFile(const fs::path& path) {
   std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
 void writeFile(const fs::path& path, const std::string& text) {
@@ -98,8 +96,7 @@ class CliTest : public ::testing::Test {
     return result;
   }
 
-  // Expects exit status 2, nothing on standard output and one line on standard error that
-  // holds `message`.
+  // Expects exit status 2, no standard output and one standard error line holding `message`.
   ToolRun expectRejected(const std::vector<std::string>& args, const std::string& message) {
     ToolRun result = run(args);
     EXPECT_EQ(result.status, 2) << result.err;
@@ -149,8 +146,7 @@ TEST_F(CliTest, ReportPrintsTheAnalysis) {
            row("Overall", "0.900"),
            std::string("Cycles (1)"),
            std::string("  1. UserAPI -> Cache -> UserAPI"),
-           // The longest path from the view model runs into the cycle and stops at the first
-           // repeated name.
+           // The view model's longest path runs into the cycle and stops at its first repeat.
            std::string("Critical paths (3)"),
            std::string("  Critical Path 1, 6 services: ProfileViewModel -> LoadProfileUseCase "
                        "-> Repository<User> -> UserAPI -> Cache -> UserAPI"),
@@ -172,10 +168,9 @@ TEST_F(CliTest, BadInputIsNamedAndExitsWithStatusTwo) {
   expectRejected({"render", missing, "--type", "tree"},
                  "tavreldi render: cannot open " + missing + ": No such file or directory");
 
-  // Unreadable or wrong documents, read by the loader both commands share: the text of the file
-  // and the expected message.
-  // Hostile ones too: numbers beyond range, texts that would break the line, JSON that would
-  // take far more memory than its size, and files of one megabyte and more made in the test.
+  // Unreadable, wrong or hostile documents for the loader both commands share (numbers beyond
+  // range, texts that would break the line, JSON that would take far more memory than its size,
+  // files of a megabyte and more), and the expected message.
   nlohmann::json noAnalysis = graph, badLayer = graph, badEdge = graph, badScope = graph;
   noAnalysis.erase("analysis");
   badLayer["nodes"][2]["layer"] = "top";

@@ -137,12 +137,10 @@ Circular Nodes:
 )");
 }
 
-// The JSON form is written directly. It must be, byte for byte, the JSON library's pretty,
-// key-sorted print of the graph's VisualizationData (whose keys VisualizationModel's test pins),
-// or "{}" when a text is not UTF-8: checked on random graphs whose texts hold quotes,
-// backslashes, control characters, multi-byte characters and, in every other round, malformed
-// sequences (overlong, surrogate, past U+10FFFF, cut short). The label is the id, the layer and
-// the analysis figures are texts, doubles in their shortest form.
+// The JSON form, written directly, is byte for byte the JSON library's pretty, key-sorted print of
+// the graph's VisualizationData, or "{}" when a text is not UTF-8: on random graphs whose texts
+// hold quotes, backslashes, control and multi-byte characters and, every other round, malformed
+// sequences. The label is the id; the layer and figures are texts, doubles in shortest form.
 TEST(DiagramGenerators, JSONIsThePrintOfTheVisualizationData) {
   std::mt19937 rng(11);
   const Strings wellFormed{"A",    "Repo", "\"", "\\", "\n", "\t", "\b", "\x01", "\x1f",
@@ -322,8 +320,7 @@ TEST(DiagramGenerators, MermaidAndGraphviz) {
 )");
 }
 
-// Runs `command` on `input` (binary-safe); returns its exit status and its output, standard
-// error included.
+// Runs `command` on `input` (binary-safe): its exit status and output, standard error included.
 std::pair<int, std::string> runOn(const std::string& command, const std::string& input) {
   const auto file = std::filesystem::temp_directory_path() /
                     ("tavreldi-diagram-" + std::to_string(::getpid()) + ".txt");
