@@ -89,14 +89,12 @@ TEST(DashboardData, HasAStrictJsonForm) {
 
 TEST(DashboardEndpoint, ParsesTheBaseUrlAndRefusesUnsafeOrMalformedOnes) {
   const auto plain = detail::parseDashboardUrl("HTTPS://Dash.Example.com/tenant-7//");
-  EXPECT_TRUE(plain.secure);
-  EXPECT_EQ(plain.host, "dash.example.com");
-  EXPECT_EQ(plain.port, 443);
+  EXPECT_EQ(std::tie(plain.secure, plain.host, plain.port),
+            std::tuple(true, "dash.example.com", 443));
   EXPECT_EQ(plain.urlFor("/getUserDashboardData"),
             "https://dash.example.com:443/tenant-7/getUserDashboardData");
   const auto ipv6 = detail::parseDashboardUrl("http://[::1]:8080");
-  EXPECT_FALSE(ipv6.secure);
-  EXPECT_EQ(ipv6.host, "::1");
+  EXPECT_EQ(std::tie(ipv6.secure, ipv6.host), std::tuple(false, "::1"));
   EXPECT_EQ(ipv6.urlFor("/x"), "http://[::1]:8080/x");
   EXPECT_EQ(detail::parseDashboardUrl("http://localhost").port, 80);
 

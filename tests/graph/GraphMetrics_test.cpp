@@ -171,8 +171,7 @@ TEST_F(GraphMetrics, RecommendationsClustersAndPerformance) {
   }
   const auto p = c->createGraphPerformanceMetrics(ns);
   EXPECT_DOUBLE_EQ(p.averageResolutionTime, 0.00325);
-  EXPECT_EQ(p.slowestResolution, 0.01);
-  EXPECT_EQ(p.fastestResolution, 0.001);
+  EXPECT_EQ(std::tie(p.slowestResolution, p.fastestResolution), std::tuple(0.01, 0.001));
   EXPECT_DOUBLE_EQ(p.cacheHitRate, 0.85);
   EXPECT_EQ(p.bottleneckNodes, Names{"D"});  // 0.01 > 2 × 0.00325
 }
@@ -186,8 +185,7 @@ TEST_F(GraphMetrics, CriticalPaths) {
                     edge("G", "H"), edge("H", "F"), edge("H", "I"), edge("Q", "B")};
   const auto paths = c->createCriticalPaths(ns, edges);
   ASSERT_EQ(paths.size(), 4u);
-  EXPECT_EQ(paths[1].id, "critical_path_1");
-  EXPECT_EQ(paths[1].name, "Critical Path 2");
+  EXPECT_EQ(std::tie(paths[1].id, paths[1].name), std::tuple("critical_path_1", "Critical Path 2"));
   EXPECT_EQ(paths[3].impact, PerformanceImpact::high);
   EXPECT_EQ(paths[3].metadata, (std::map<std::string, std::string>{{"type", "dependency_chain"}}));
 
@@ -287,9 +285,8 @@ TEST_F(GraphMetrics, EndToEndAnalysisOfAResolvedApp) {
   const GraphAnalysis& a = g.analysis;
   EXPECT_TRUE(a.hasCircularDependencies);
   EXPECT_EQ(a.circularDependencyChains, (std::vector<Names>{{"CycleA", "CycleB"}}));
-  EXPECT_EQ(a.totalNodes, 7);
-  EXPECT_EQ(a.totalDependencies, 6);
-  EXPECT_EQ(a.maxDepth, 4);  // UserViewModel down to Logger
+  // Seven nodes, six edges, and UserViewModel down to Logger is the deepest.
+  EXPECT_EQ(std::tie(a.totalNodes, a.totalDependencies, a.maxDepth), std::tuple(7, 6, 4));
   EXPECT_DOUBLE_EQ(a.cacheEfficiency, 100.0 / 9);
   EXPECT_DOUBLE_EQ(a.complexityMetrics.couplingScore, 6.0 / 7);
   // The performance figures are those of this graph's own nodes.

@@ -126,8 +126,8 @@ TEST_F(CliTest, RendersEveryTypeFromASavedGraph) {
   }
   // The cycle below the root repeats until the depth limit, so the limit shows in the text.
   const ToolRun shallow = run({"render", graphFile, "--type", "tree", "--max-depth", "2"});
-  EXPECT_EQ(shallow.status, 0);
-  EXPECT_EQ(shallow.out, DiagramGenerators::generateTreeVisualization(graph, 2));
+  EXPECT_EQ(std::tie(shallow.status, shallow.out),
+            std::tuple(0, DiagramGenerators::generateTreeVisualization(graph, 2)));
   EXPECT_NE(shallow.out, DiagramGenerators::generateTreeVisualization(graph, 5));
   // The viewer page (--type html) is written, opened and used by viewer.test.mjs.
 }
@@ -283,8 +283,7 @@ TEST_F(CliTest, DenseGraphsStayWithinTheLimits) {
 
 TEST_F(CliTest, HelpVersionAndTheDemoPage) {
   const ToolRun version = run({"--version"});
-  EXPECT_EQ(version.status, 0);
-  EXPECT_EQ(version.out, "tavreldi 0.1.0\n");
+  EXPECT_EQ(std::tie(version.status, version.out), std::tuple(0, "tavreldi 0.1.0\n"));
   for (const auto& [command, option] : std::vector<std::pair<std::string, std::string>>{
            {"render", "--max-output"}, {"report", "--max-input"}, {"demo", "--html"}}) {
     const ToolRun help = run({command, "--help"});
