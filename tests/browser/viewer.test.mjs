@@ -67,9 +67,8 @@ function largeGraph() {
   const edges = [], seen = new Set();
   while (edges.length < 3000) {
     const from = next() % 999, to = from + 1 + (next() % Math.min(300, 999 - from));
-    const key = from + '>' + to;
-    if (seen.has(key)) continue;
-    seen.add(key);
+    if (seen.has(from + '>' + to)) continue;
+    seen.add(from + '>' + to);
     edges.push([nodes[from][0], nodes[to][0], false]);
   }
   return makeGraph(nodes, edges);
@@ -137,16 +136,13 @@ test('clicking a node shows its details, dependencies and dependents', async () 
   const details = samplePage.locator('#details');
   await details.locator('h2', { hasText: 'UserRepository' }).waitFor();
   const text = await details.innerText();
-  for (const part of ['scoped', 'Repository', 'Dependencies (2)', 'HttpClient', 'Dependents (1)',
-    'LoadUserUseCase', 'Sample figures (generated)', 'Measured by the container', 'Resolution count']) {
-    assert.ok(text.includes(part), `details lack "${part}":\n${text}`);
-  }
+  for (const part of ['scoped', 'Repository', 'Dependencies (2)', 'HttpClient', 'Dependents (1)', 'LoadUserUseCase',
+    'Sample figures (generated)', 'Measured by the container', 'Resolution count']) assert.ok(text.includes(part), part);
   // Declared dependencies count: Logger was cached when UserRepository was made, so only its
   // declaration gives that edge.
   assert.deepEqual(await details.locator('.dependencies li').allInnerTexts(), ['HttpClient', 'Logger']);
   assert.deepEqual(await details.locator('.dependents li').allInnerTexts(), ['LoadUserUseCase']);
-  const measured = sampleData.measured.UserRepository;
-  assert.ok(text.includes('Cache hits\t' + measured.cacheHits), text);
+  assert.ok(text.includes('Cache hits\t' + sampleData.measured.UserRepository.cacheHits), text);
   await details.getByRole('button', { name: 'HttpClient' }).click();
   await details.locator('h2', { hasText: 'HttpClient' }).waitFor();
   assert.deepEqual(await details.locator('.dependencies li').allInnerTexts(), ['Config', 'Logger']);
@@ -177,8 +173,8 @@ test('the search box highlights matches and hides the rest', async () => {
 });
 
 test('each diagram tab shows its text, with a copy button', async () => {
-  // The list itself (types, order, texts) is checked by ViewerPage_test.cpp.
-  // The sample app's graph as the tool reads it back from the page data renders the same Mermaid text.
+  // The list itself (types, order, texts) is checked by ViewerPage_test.cpp; the graph read back from
+  // the page data renders to the same Mermaid text.
   const saved = path.join(work, 'sample-graph.json');
   fs.writeFileSync(saved, JSON.stringify({ nodes: sampleData.nodes, edges: sampleData.edges, analysis: sampleData.analysis }));
   assert.equal(sampleData.diagrams[0].text, runTool('render', saved, '--type', 'mermaid'));
@@ -187,8 +183,7 @@ test('each diagram tab shows its text, with a copy button', async () => {
     await samplePage.click(`#diagram-tabs button[data-diagram=${diagram.type}]`);
     const panel = samplePage.locator(`#diagram-panels section[data-diagram=${diagram.type}]`);
     assert.equal(await panel.isVisible(), true, diagram.type);
-    const shown = await panel.locator('pre').evaluate((pre) => pre.textContent);
-    assert.equal(shown, diagram.text, diagram.type);
+    assert.equal(await panel.locator('pre').evaluate((pre) => pre.textContent), diagram.text, diagram.type);
   }
   await samplePage.locator('#diagram-panels section[data-diagram=layered] button.copy').click();
   await samplePage.locator('#diagram-panels section[data-diagram=layered] [role=status]').filter({ hasText: /Cop/ }).waitFor();
@@ -198,9 +193,7 @@ test('the statistics, legend and dashboard screens explain themselves', async ()
   await samplePage.click('#tabs button[data-screen=stats]');
   const stats = await samplePage.locator('#stats').innerText();
   for (const part of ['Testability', '/ 100', 'Performance', '/ 1', 'Testability is on a 0–100 scale', 'Critical Path 1',
-    'No circular dependencies found. Great job!', 'Recommendations']) {
-    assert.ok(stats.includes(part), `statistics lack "${part}"`);
-  }
+    'No circular dependencies found. Great job!', 'Recommendations']) assert.ok(stats.includes(part), part);
   await samplePage.click('#tabs button[data-screen=legend]');
   const legend = await samplePage.locator('#legend').innerText();
   for (const part of ['singleton', '#e1f5fe', 'Circular dependency', 'ViewModel', 'Other']) assert.ok(legend.includes(part), part);
@@ -277,9 +270,7 @@ test('awkward names stay text and never become markup', async () => {
   const details = page.locator('#details');
   assert.equal(await details.locator('h2').textContent(), AWKWARD.template);
   const text = await details.innerText();
-  for (const name of [AWKWARD.script, AWKWARD.cache, AWKWARD.quotes, '<b>bold?</b> & more']) {
-    assert.ok(text.includes(name), `details lack ${name}`);
-  }
+  for (const name of [AWKWARD.script, AWKWARD.cache, AWKWARD.quotes, '<b>bold?</b> & more']) assert.ok(text.includes(name), name);
   await page.click('#tabs button[data-screen=graph]');
   await page.fill('#search', '<user>');
   assert.equal(await visibleNodes(page), 1);
