@@ -40,20 +40,19 @@ TEST_F(LineSinksTest, TheDefaultSinkGetsEveryThreadsLinesUnlessTheThreadHasItsOw
   }
   EXPECT_EQ(lines.back(), "theirs");
   const std::string text = lines[0] + "\n" + lines[1] + "\n";
-  const struct {
-    std::shared_ptr<LineSink> sink;
-    std::string out, err;
-  } rows[] = {{LineSinks::standardOutput(), text, ""},
-              {LineSinks::standardError(), "", text},
-              {LineSinks::discard(), "", ""}};
-  for (const auto& row : rows) {
-    setLineSink(row.sink);
-    EXPECT_EQ(lineSink(), row.sink);
+  // A sink, and what it writes to standard output and to standard error.
+  const std::tuple<std::shared_ptr<LineSink>, std::string, std::string> rows[] = {
+      {LineSinks::standardOutput(), text, ""},
+      {LineSinks::standardError(), "", text},
+      {LineSinks::discard(), "", ""}};
+  for (const auto& [sink, out, err] : rows) {
+    setLineSink(sink);
+    EXPECT_EQ(lineSink(), sink);
     ::testing::internal::CaptureStdout();
     ::testing::internal::CaptureStderr();
     printOnAnotherThread();
-    EXPECT_EQ(::testing::internal::GetCapturedStderr(), row.err);
-    EXPECT_EQ(::testing::internal::GetCapturedStdout(), row.out);
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), err);
+    EXPECT_EQ(::testing::internal::GetCapturedStdout(), out);
   }
 }
 

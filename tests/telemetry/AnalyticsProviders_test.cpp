@@ -30,12 +30,8 @@ ParameterMap everyKind() {
 
 // Texts, true and lists of texts are covered through everyKind() in the provider lines below.
 TEST(AnalyticsValue, TextFormsOfValuesAndMaps) {
-  struct Case {
-    AnalyticsValue value;
-    std::string plain;
-    std::string quoted;
-  };
-  const std::vector<Case> cases{
+  // A value, its plain text and its quoted text.
+  const std::vector<std::tuple<AnalyticsValue, std::string, std::string>> cases{
       {std::numeric_limits<std::int64_t>::max(), "9223372036854775807", "9223372036854775807"},
       {0.0, "0.0", "0.0"},
       {0.1 + 0.2, "0.30000000000000004", "0.30000000000000004"},
