@@ -85,15 +85,14 @@ TEST_F(ChildContainers, InheritedServicesAreTheParentsInstances) {
   child->registerType<Greeter>(S::singleton);
   LineRecorder recorder;
   const auto greeter = run(child->resolve<Greeter>());
-  EXPECT_EQ(
-      normaliseDurations(recorder.lines()),
-      (Lines{"🔍 Resolving: Greeter", "🔄 resolveSingleton called for: Greeter",
-             "   🔄 Creating new instance for: Greeter", "🔗 Dependency tracked: Greeter -> Logger",
-             "🔍 Resolving: Logger", "🔄 resolveSingleton called for: Logger",
-             "   🔄 Creating new instance for: Logger", "   💾 Caching instance for: Logger",
-             "   ✅ Instance cached successfully for: Logger", "✅ Resolved: Logger (took T)",
-             "   💾 Caching instance for: Greeter", "   ✅ Instance cached successfully for: Greeter",
-             "✅ Resolved: Greeter (took T)"}));
+  EXPECT_EQ(testing::joined(normaliseDurations(recorder.lines())),
+            "🔍 Resolving: Greeter\n🔄 resolveSingleton called for: Greeter\n"
+            "   🔄 Creating new instance for: Greeter\n🔗 Dependency tracked: Greeter -> Logger\n"
+            "🔍 Resolving: Logger\n🔄 resolveSingleton called for: Logger\n"
+            "   🔄 Creating new instance for: Logger\n   💾 Caching instance for: Logger\n"
+            "   ✅ Instance cached successfully for: Logger\n✅ Resolved: Logger (took T)\n"
+            "   💾 Caching instance for: Greeter\n"
+            "   ✅ Instance cached successfully for: Greeter\n✅ Resolved: Greeter (took T)\n");
   EXPECT_EQ(parent->resolveSync<Logger>(), greeter->logger);
   EXPECT_EQ(child->resolveSync<Logger>(), greeter->logger);
   EXPECT_EQ(child->getDependencyMap(), DependencyMap({{"Greeter", Lines{"Logger"}}}));

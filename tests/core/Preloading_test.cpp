@@ -124,20 +124,18 @@ TEST_F(Preloading, AllGenericCachesByScopeAndSkipsMissingFactoriesSilently) {
   auto c = flatApp();
   LineRecorder recorder;
   run(c->preloadAllGeneric());
-  EXPECT_EQ(
-      recorder.lines(),
-      (Lines{"🚀 Starting generic preloading...", " Preloading: UserViewModel with scope: lazy",
-             "✅ Cached lazy: UserViewModel", " Preloading: PaymentService with scope: singleton",
-             "⚠️ Failed to preload: PaymentService - payment gateway down",
-             " Preloading: Logger with scope: singleton", "✅ Cached singleton: Logger",
-             " Preloading: UserAPI with scope: custom", "✅ Cached custom: UserAPI",
-             " Preloading: LoadUserUseCase with scope: transient",
-             "⏭️ Skipping transient: LoadUserUseCase",
-             " Preloading: UserRepository with scope: scoped", "✅ Cached scoped: UserRepository",
-             " Preloading: PaymentAPIRepository with scope: container",
-             "✅ Cached container: PaymentAPIRepository",
-             " Preloading: AuditProtocol with scope: singleton",
-             "✅ Generic preloading completed"}));
+  EXPECT_EQ(testing::joined(recorder.lines()),
+            "🚀 Starting generic preloading...\n Preloading: UserViewModel with scope: lazy\n"
+            "✅ Cached lazy: UserViewModel\n Preloading: PaymentService with scope: singleton\n"
+            "⚠️ Failed to preload: PaymentService - payment gateway down\n"
+            " Preloading: Logger with scope: singleton\n✅ Cached singleton: Logger\n"
+            " Preloading: UserAPI with scope: custom\n✅ Cached custom: UserAPI\n"
+            " Preloading: LoadUserUseCase with scope: transient\n"
+            "⏭️ Skipping transient: LoadUserUseCase\n"
+            " Preloading: UserRepository with scope: scoped\n✅ Cached scoped: UserRepository\n"
+            " Preloading: PaymentAPIRepository with scope: container\n"
+            "✅ Cached container: PaymentAPIRepository\n"
+            " Preloading: AuditProtocol with scope: singleton\n✅ Generic preloading completed\n");
   EXPECT_EQ(useCasesMade, 0);
   // Direct creation counts nothing.
   EXPECT_EQ(c->getServiceStatistics("Logger").resolutionCount, 0);
@@ -166,12 +164,11 @@ TEST_F(Preloading, ViewModelsOnlyCreatesEveryOtherGroupFirst) {
   auto c = flatApp();
   LineRecorder recorder;
   run(c->preloadViewModelsOnly());
-  EXPECT_EQ(
-      recorder.lines(),
-      (Lines{"🚀 Preloading ViewModels and their dependencies...",
-             "   ❌ PaymentService - payment gateway down", "   ✅ Logger", "   ✅ UserAPI",
-             "   ✅ PaymentAPIRepository", "   ✅ LoadUserUseCase", "   ✅ UserRepository",
-             "   ✅ UserViewModel", "✅ ViewModels preloaded - resolveSync works everywhere!"}));
+  EXPECT_EQ(testing::joined(recorder.lines()),
+            "🚀 Preloading ViewModels and their dependencies...\n"
+            "   ❌ PaymentService - payment gateway down\n   ✅ Logger\n   ✅ UserAPI\n"
+            "   ✅ PaymentAPIRepository\n   ✅ LoadUserUseCase\n   ✅ UserRepository\n"
+            "   ✅ UserViewModel\n✅ ViewModels preloaded - resolveSync works everywhere!\n");
 }
 
 TEST_F(Preloading, DirectCreationUsesTheFactoryNamedByTheMetadata) {

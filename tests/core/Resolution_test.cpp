@@ -65,18 +65,17 @@ TEST_F(Resolution, ThreeLevelChainLinesAndDependencyMap) {
   LineRecorder recorder;
   const auto repository = run(c->resolve<UserRepository>());
   ASSERT_TRUE(repository && repository->api && repository->api->logger);
-  EXPECT_EQ(
-      normaliseDurations(recorder.lines()),
-      (Lines{"🔍 Resolving: UserRepository", "🔄 resolveSingleton called for: UserRepository",
-             "   🔄 Creating new instance for: UserRepository", "🔍 Resolving: UserAPI",
-             "🔗 Dependency tracked: UserRepository -> UserAPI",
-             "🔄 resolveSingleton called for: UserAPI", "   🔄 Creating new instance for: UserAPI",
-             "🔍 Resolving: Logger", "🔗 Dependency tracked: UserAPI -> Logger",
-             "✅ Resolved: Logger (took T)", "   💾 Caching instance for: UserAPI",
-             "   ✅ Instance cached successfully for: UserAPI", "✅ Resolved: UserAPI (took T)",
-             "   💾 Caching instance for: UserRepository",
-             "   ✅ Instance cached successfully for: UserRepository",
-             "✅ Resolved: UserRepository (took T)"}));
+  EXPECT_EQ(testing::joined(normaliseDurations(recorder.lines())),
+            "🔍 Resolving: UserRepository\n🔄 resolveSingleton called for: UserRepository\n"
+            "   🔄 Creating new instance for: UserRepository\n🔍 Resolving: UserAPI\n"
+            "🔗 Dependency tracked: UserRepository -> UserAPI\n"
+            "🔄 resolveSingleton called for: UserAPI\n   🔄 Creating new instance for: UserAPI\n"
+            "🔍 Resolving: Logger\n🔗 Dependency tracked: UserAPI -> Logger\n"
+            "✅ Resolved: Logger (took T)\n   💾 Caching instance for: UserAPI\n"
+            "   ✅ Instance cached successfully for: UserAPI\n✅ Resolved: UserAPI (took T)\n"
+            "   💾 Caching instance for: UserRepository\n"
+            "   ✅ Instance cached successfully for: UserRepository\n"
+            "✅ Resolved: UserRepository (took T)\n");
   const DependencyMap expected({{"UserRepository", {"UserAPI"}}, {"UserAPI", {"Logger"}}});
   EXPECT_EQ(c->getDependencyMap(), expected);
 

@@ -89,11 +89,7 @@ class CliTest : public ::testing::Test {
     const fs::path out = dir / "stdout.txt", err = dir / "stderr.txt";
     command += " >" + shellQuoted(out.string()) + " 2>" + shellQuoted(err.string()) + " </dev/null";
     const int raw = std::system(command.c_str());
-    ToolRun result;
-    result.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-    result.out = readFile(out);
-    result.err = readFile(err);
-    return result;
+    return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, readFile(out), readFile(err)};
   }
 
   // Expects exit status 2, no standard output and one standard error line holding `message`.
