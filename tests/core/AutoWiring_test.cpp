@@ -131,10 +131,7 @@ TEST_F(AutoWiring, ResolvesWithTheLinesAndEdgesOfTheHandWrittenFactories) {
       c->registerType<HttpClient, FakeHttpClient>(S::transient);
       c->registerType<UserRepository>(S::scoped);
     } else {
-      c->registerAsync<Logger>(S::lazy, [](AdvancedDIContainer& r) -> asio::awaitable<P<Logger>> {
-        auto config = co_await r.resolve<Config>();
-        co_return std::make_shared<Logger>(config);
-      });
+      c->registerAsync<Logger>(S::lazy, resolving<Logger, Config>);
       c->registerAsync<HttpClient>(S::transient, makeHttp);
       c->registerAsync<UserRepository>(S::scoped, makeRepository);
     }

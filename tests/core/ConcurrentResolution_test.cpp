@@ -14,8 +14,6 @@
 namespace tavreldi {
 namespace {
 
-using Lines = std::vector<std::string>;
-
 struct A {};
 struct B {};
 struct C {};

@@ -12,12 +12,6 @@ using Lines = std::vector<std::string>;
 
 class ConvenienceRegistration : public testing::AsyncTest {
  protected:
-  // Runs whatever is queued on the executor now and returns how many handlers that was.
-  std::size_t pendingTasks() {
-    io.restart();
-    return io.poll();
-  }
-
   std::shared_ptr<AdvancedDIContainerImpl> c = makeContainer();
 };
 
@@ -56,7 +50,7 @@ TEST_F(ConvenienceRegistration, BatchPassesEachFactoryCallItsOwnType) {
     co_return std::make_shared<T>();
   };
   c->registerBatch(DependencyScope::lazy, factory);  // no types: no task at all
-  EXPECT_EQ(pendingTasks(), 0u);
+  EXPECT_EQ(drain(), 0u);
 
   LineRecorder recorder;
   c->registerBatch<Logger, UserAPI>(DependencyScope::lazy, factory);
@@ -71,7 +65,7 @@ TEST_F(ConvenienceRegistration, BatchPassesEachFactoryCallItsOwnType) {
 
 TEST_F(ConvenienceRegistration, ConditionalAndEnvironmentForms) {
   c->registerIf<Logger>(false, DependencyScope::singleton, make<Logger>);
-  EXPECT_EQ(pendingTasks(), 0u);
+  EXPECT_EQ(drain(), 0u);
   EXPECT_FALSE(c->isRegistered<Logger>());
   c->registerIf<Logger>(true, DependencyScope::scoped, make<Logger>);
   run(c->awaitPendingRegistrations());

@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "support/AsyncTest.hpp"
+#include "support/RecordingProvider.hpp"
 #include "support/SampleServices.hpp"
 #include "tavreldi/core/LineWriter.hpp"
 
@@ -59,14 +60,10 @@ TEST_F(LineSinksTest, TheDefaultSinkGetsEveryThreadsLinesUnlessTheThreadHasItsOw
 // Lines bound for standard output may go out together, but never after output that user code (a
 // factory, a telemetry provider) writes once they are due.
 TEST_F(LineSinksTest, StandardOutputKeepsTheFrameworksLinesInOrderWithUserOutput) {
-  class PrintingProvider final : public DIAnalyticsProvider {
-   public:
+  struct PrintingProvider final : testing::RecordingProvider {
     void trackEvent(std::string_view name, const OptionalParameters& /*parameters*/) override {
       std::printf("provider: %.*s\n", static_cast<int>(name.size()), name.data());
     }
-    void trackError(const std::exception& /*error*/, const OptionalParameters& /*ctx*/) override {}
-    void trackPerformance(std::string_view /*metric*/, double /*value*/,
-                          std::optional<std::string_view> /*unit*/) override {}
   };
   auto container = makeContainer();
   container->registerSync<sample::Logger>(DependencyScope::singleton, [](auto&) {

@@ -53,10 +53,11 @@ class AsyncTest : public ::testing::Test {
     return future.get();
   }
 
-  /// Runs whatever has been posted to `io` so far (e.g. registration tasks).
-  void drain() {
+  /// Runs whatever has been posted to `io` so far (e.g. registration tasks); returns how many
+  /// handlers that was.
+  std::size_t drain() {
     io.restart();
-    io.poll();
+    return io.poll();
   }
 
   template <class Future>

@@ -116,8 +116,7 @@ TEST(AnalyticsProviders, Lines) {
 
 // The shared instances are process-wide, and may be used from many threads at once.
 TEST(AnalyticsProviders, SharedInstancesServeManyThreadsAtOnce) {
-  constexpr int kThreads = 8;
-  constexpr int kCalls = 200;
+  constexpr int kThreads = 8, kCalls = 200;
   std::vector<std::vector<std::string>> perThread(kThreads);
   std::vector<const DefaultDIAnalyticsProvider*> instances(kThreads);
   std::vector<std::thread> threads;

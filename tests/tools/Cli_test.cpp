@@ -234,8 +234,7 @@ TEST_F(CliTest, BadInputIsNamedAndExitsWithStatusTwo) {
 TEST_F(CliTest, DenseGraphsStayWithinTheLimits) {
   DependencyGraph dense;
   const auto add = [&dense](const std::string& from, const std::string& to) {
-    dense.edges.emplace_back().from = from;
-    dense.edges.back().to = to;
+    dense.edges.push_back(testing::edge(from, to));
   };
   dense.nodes.emplace_back().id = "Root";
   for (int i = 0; i < 8; ++i) dense.nodes.emplace_back().id = "A" + std::to_string(i);
