@@ -89,8 +89,7 @@ TEST_F(GraphMetrics, EmptyGraphFigures) {
       R"("cacheHitRate":0.0,"fastestResolution":0.0,"performanceTrend":"stable",)"
       R"("slowestResolution":0.0,"totalMemoryFootprint":0.0},"recommendations":[],)"
       R"("totalDependencies":0,"totalNodes":0})");
-  EXPECT_TRUE(c->createNodeClusters({}).empty());
-  EXPECT_TRUE(c->createCriticalPaths({}, {}).empty());
+  EXPECT_TRUE(c->createNodeClusters({}).empty() && c->createCriticalPaths({}, {}).empty());
 }
 
 TEST_F(GraphMetrics, ComplexityScoreAndArchitecture) {
