@@ -82,8 +82,7 @@ TEST_F(AutoWiring, DeclaresEveryDependencyBeforeAnythingRunsAndWiresTheInstances
       {"UserRepository", {"HttpClient", "Logger"}},
       {"Overloaded", {"Logger"}},
       {"Cache", {"Config", "HttpClient"}},
-      {"Ten", tenParts},
-  };
+      {"Ten", tenParts}};
   std::set<std::pair<std::string, std::string>> declaredEdges;
   for (const auto& [name, dependencies] : expected) {
     EXPECT_EQ(container->getMetadata(name)->dependencies, dependencies) << name;
