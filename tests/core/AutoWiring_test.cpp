@@ -180,20 +180,15 @@ TEST_F(AutoWiring, ValidationFindsEveryKindOfProblemAtOnceWithoutRunningFactorie
       .registerType<Orphan>(S::transient)
       .registerType<CycleA>(S::singleton)
       .validateOnBuild();
-  const RegistrationReport expected{{
-      {RegistrationProblemKind::circularDependency,
-       "CycleB",
-       {"CycleB", "CycleA", "CycleB"},
-       "Circular dependency: CycleB -> CycleA -> CycleB"},
-      {RegistrationProblemKind::captiveDependency,
-       "Holder",
-       {"Holder", "Session"},
-       "Holder (lazy) depends on Session (scoped), which it would keep beyond its scope"},
-      {RegistrationProblemKind::missingDependency,
-       "Orphan",
-       {"Orphan", "Missing"},
-       "Orphan depends on Missing, which is not registered"},
-  }};
+  using Problem = RegistrationProblem;
+  using K = RegistrationProblemKind;
+  const RegistrationReport expected{
+      {Problem{K::circularDependency, "CycleB", Names{"CycleB", "CycleA", "CycleB"},
+               "Circular dependency: CycleB -> CycleA -> CycleB"},
+       Problem{K::captiveDependency, "Holder", Names{"Holder", "Session"},
+               "Holder (lazy) depends on Session (scoped), which it would keep beyond its scope"},
+       Problem{K::missingDependency, "Orphan", Names{"Orphan", "Missing"},
+               "Orphan depends on Missing, which is not registered"}}};
   const auto error =
       testing::caught<RegistrationValidationError>([&] { (void)run(builder.build()); }).value();
   EXPECT_EQ(error.report(), expected);

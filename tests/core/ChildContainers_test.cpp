@@ -209,9 +209,7 @@ TEST_F(ChildContainers, SameNamedTypesNeverCollideSilently) {
                    "🔧 Registered Client[billing] with scope: singleton and dependencies: []",
                    "🔧 Registered Client[crm] with scope: singleton and dependencies: []"}));
   const RegistrationProblem collision{
-      RegistrationProblemKind::nameCollision,
-      "Client",
-      {"billing::Client", "crm::Client"},
+      RegistrationProblemKind::nameCollision, "Client", Lines{"billing::Client", "crm::Client"},
       "Client names two types, billing::Client and crm::Client; only one of them can be resolved"};
   EXPECT_EQ(run(c->validateRegistrations()), RegistrationReport{{collision}});
   EXPECT_EQ(nlohmann::json(collision)["kind"], "nameCollision");

@@ -135,26 +135,19 @@ TEST_F(CliTest, ReportPrintsTheAnalysis) {
     return "  " + label + std::string(34 - label.size(), ' ') + value;
   };
   EXPECT_TRUE(result.out.starts_with("Dependency graph: " + graphFile + "\n")) << result.out;
-  for (const std::string& line : {
-           row("Services", "5"),
-           row("Circular dependencies", "yes (1 cycles)"),
-           row("Testability", "80.0"),
-           row("Overall", "0.900"),
-           std::string("Cycles (1)"),
-           std::string("  1. UserAPI -> Cache -> UserAPI"),
-           // The view model's longest path runs into the cycle and stops at its first repeat.
-           std::string("Critical paths (3)"),
-           std::string("  Critical Path 1, 6 services: ProfileViewModel -> LoadProfileUseCase "
-                       "-> Repository<User> -> UserAPI -> Cache -> UserAPI"),
-           std::string("  Infrastructure Cluster (5): ProfileViewModel, LoadProfileUseCase, "
-                       "Repository<User>, UserAPI, Cache"),
-           std::string("  1. [High] Architecture: Resolve Circular Dependencies"),
-           std::string("     Found 2 circular dependencies that should be resolved"),
-           std::string("     Affects: UserAPI, Cache; impact High; effort Medium"),
-           std::string("Registration problems (1)"),
-           std::string(
-               "  1. [circularDependency] Circular dependency: UserAPI -> Cache -> UserAPI"),
-       }) {
+  // The view model's longest path runs into the cycle and stops at its first repeat.
+  for (const std::string& line : std::vector<std::string>{
+           row("Services", "5"), row("Circular dependencies", "yes (1 cycles)"),
+           row("Testability", "80.0"), row("Overall", "0.900"), "Cycles (1)",
+           "  1. UserAPI -> Cache -> UserAPI", "Critical paths (3)",
+           "  Critical Path 1, 6 services: ProfileViewModel -> LoadProfileUseCase -> "
+           "Repository<User> -> UserAPI -> Cache -> UserAPI",
+           "  Infrastructure Cluster (5): ProfileViewModel, LoadProfileUseCase, Repository<User>, "
+           "UserAPI, Cache",
+           "  1. [High] Architecture: Resolve Circular Dependencies",
+           "     Found 2 circular dependencies that should be resolved",
+           "     Affects: UserAPI, Cache; impact High; effort Medium", "Registration problems (1)",
+           "  1. [circularDependency] Circular dependency: UserAPI -> Cache -> UserAPI"}) {
     EXPECT_NE(("\n" + result.out).find("\n" + line + "\n"), std::string::npos) << line;
   }
 }
