@@ -147,7 +147,7 @@ TEST(Errors, DescriptionsJsonRoundTripAndDecodingFailures) {
            {R"({"unknownCase":{"_0":"A"}})", "unknownCase"},
            {R"({"notRegistered":{}})", "\"_0\""}}) {
     const auto error = caught<DecodingError>(
-        [&] { (void)dependencyResolutionErrorFromJson(nlohmann::json::parse(text)); });
+        [text = text] { (void)dependencyResolutionErrorFromJson(nlohmann::json::parse(text)); });
     EXPECT_NE(std::string(error.value().what()).find(message), std::string::npos) << text;
   }
 

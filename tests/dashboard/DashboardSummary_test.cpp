@@ -113,7 +113,7 @@ TEST(DashboardEndpoint, ParsesTheBaseUrlAndRefusesUnsafeOrMalformedOnes) {
       {"https://:443/", "the base URL \"https://:443/\" has no valid host name"}};
   for (const auto& [url, message] : refusals) {
     const auto error =
-        testing::caught<DashboardError>([&] { (void)detail::parseDashboardUrl(url); });
+        testing::caught<DashboardError>([&url = url] { (void)detail::parseDashboardUrl(url); });
     EXPECT_EQ(error.value().kind(), DashboardErrorKind::invalidConfiguration) << url;
     EXPECT_EQ(error->what(), "Invalid dashboard configuration: " + message);
   }
