@@ -1,11 +1,8 @@
-// Opens the graph viewer pages that the tavreldi tool writes in headless Chromium and uses them
-// as a person would: click, search, switch screens. Also times a page of 1,000 services. (Mermaid's
-// own parser reads the generated Mermaid text in DiagramGenerators_test.cpp, through
-// parse-mermaid.mjs.)
-//
-// Usage: node viewer.test.mjs [path/to/tavreldi]
-//   TAVRELDI_TOOL  the tool (default: the first argument, then ../../build/test/tools/tavreldi/tavreldi)
-//   CHROMIUM       the browser (default /usr/bin/chromium)
+// Opens the graph viewer pages that the tavreldi tool writes in headless Chromium and uses them as a
+// person would: click, search, switch screens; also times a page of 1,000 services. (Mermaid's own
+// parser reads the generated Mermaid text in DiagramGenerators_test.cpp, through parse-mermaid.mjs.)
+// Usage: node viewer.test.mjs [path/to/tavreldi]. TAVRELDI_TOOL names the tool (default: the first
+// argument, then ../../build/test/tools/tavreldi/tavreldi), CHROMIUM the browser (/usr/bin/chromium).
 
 import { test, before, after } from 'node:test';
 import assert from 'node:assert/strict';
@@ -24,12 +21,8 @@ const browserPath = process.env.CHROMIUM || '/usr/bin/chromium';
 const work = fs.mkdtempSync(path.join(os.tmpdir(), 'tavreldi-viewer-'));
 
 const AWKWARD = {
-  script: '</script><img src=x onerror=alert(1)>',
-  template: 'Repository<User>',
-  cache: 'Cache<Key, Value>',
-  dotted: 'My.Service-A',
-  quotes: '"Quoted" & \'single\' UseCase',
-  unicode: 'Ünïcødé ViewModel',
+  script: '</script><img src=x onerror=alert(1)>', template: 'Repository<User>', cache: 'Cache<Key, Value>',
+  dotted: 'My.Service-A', quotes: '"Quoted" & \'single\' UseCase', unicode: 'Ünïcødé ViewModel',
   separator: 'Line\u2028Break',
 };
 
@@ -74,17 +67,14 @@ function largeGraph() {
   const edges = [], seen = new Set();
   while (edges.length < 3000) {
     const from = next() % 999, to = from + 1 + (next() % Math.min(300, 999 - from));
-    const key = from + '>' + to;
-    if (seen.has(key)) continue;
-    seen.add(key);
+    if (seen.has(from + '>' + to)) continue;
+    seen.add(from + '>' + to);
     edges.push([nodes[from][0], nodes[to][0], false]);
   }
   return makeGraph(nodes, edges);
 }
 
-function runTool(...args) {
-  return execFileSync(tool, args, { encoding: 'utf8', maxBuffer: 1 << 28 });
-}
+const runTool = (...args) => execFileSync(tool, args, { encoding: 'utf8', maxBuffer: 1 << 28 });
 
 function writeGraphPage(name, graph) {
   const json = path.join(work, name + '.json'), html = path.join(work, name + '.html');
@@ -117,9 +107,7 @@ before(async () => {
   assert.ok(fs.existsSync(tool), `the tavreldi tool is missing: ${tool}`);
   runTool('demo', '--html', path.join(work, 'sample.html'));
   context = await chromium.launchPersistentContext(path.join(work, 'profile'), {
-    executablePath: browserPath,
-    headless: true,
-    viewport: { width: 1280, height: 800 },
+    executablePath: browserPath, headless: true, viewport: { width: 1280, height: 800 },
     args: ['--headless', '--no-sandbox', '--disable-gpu', '--no-first-run', '--disable-background-networking',
       '--disable-component-update', '--disable-sync'],
   });
@@ -148,16 +136,13 @@ test('clicking a node shows its details, dependencies and dependents', async () 
   const details = samplePage.locator('#details');
   await details.locator('h2', { hasText: 'UserRepository' }).waitFor();
   const text = await details.innerText();
-  for (const part of ['scoped', 'Repository', 'Dependencies (2)', 'HttpClient', 'Dependents (1)',
-    'LoadUserUseCase', 'Sample figures (generated)', 'Measured by the container', 'Resolution count']) {
-    assert.ok(text.includes(part), `details lack "${part}":\n${text}`);
-  }
+  for (const part of ['scoped', 'Repository', 'Dependencies (2)', 'HttpClient', 'Dependents (1)', 'LoadUserUseCase',
+    'Sample figures (generated)', 'Measured by the container', 'Resolution count']) assert.ok(text.includes(part), part);
   // Declared dependencies count: Logger was cached when UserRepository was made, so only its
   // declaration gives that edge.
   assert.deepEqual(await details.locator('.dependencies li').allInnerTexts(), ['HttpClient', 'Logger']);
   assert.deepEqual(await details.locator('.dependents li').allInnerTexts(), ['LoadUserUseCase']);
-  const measured = sampleData.measured.UserRepository;
-  assert.ok(text.includes('Cache hits\t' + measured.cacheHits), text);
+  assert.ok(text.includes('Cache hits\t' + sampleData.measured.UserRepository.cacheHits), text);
   await details.getByRole('button', { name: 'HttpClient' }).click();
   await details.locator('h2', { hasText: 'HttpClient' }).waitFor();
   assert.deepEqual(await details.locator('.dependencies li').allInnerTexts(), ['Config', 'Logger']);
@@ -188,15 +173,17 @@ test('the search box highlights matches and hides the rest', async () => {
 });
 
 test('each diagram tab shows its text, with a copy button', async () => {
-  // The list itself (types, order, texts) is checked by ViewerPage_test.cpp.
-  assert.equal(sampleData.diagrams[0].text, runTool('render', await savedSampleGraph(), '--type', 'mermaid'));
+  // The list itself (types, order, texts) is checked by ViewerPage_test.cpp; the graph read back from
+  // the page data renders to the same Mermaid text.
+  const saved = path.join(work, 'sample-graph.json');
+  fs.writeFileSync(saved, JSON.stringify({ nodes: sampleData.nodes, edges: sampleData.edges, analysis: sampleData.analysis }));
+  assert.equal(sampleData.diagrams[0].text, runTool('render', saved, '--type', 'mermaid'));
   await samplePage.click('#tabs button[data-screen=diagrams]');
   for (const diagram of sampleData.diagrams) {
     await samplePage.click(`#diagram-tabs button[data-diagram=${diagram.type}]`);
     const panel = samplePage.locator(`#diagram-panels section[data-diagram=${diagram.type}]`);
     assert.equal(await panel.isVisible(), true, diagram.type);
-    const shown = await panel.locator('pre').evaluate((pre) => pre.textContent);
-    assert.equal(shown, diagram.text, diagram.type);
+    assert.equal(await panel.locator('pre').evaluate((pre) => pre.textContent), diagram.text, diagram.type);
   }
   await samplePage.locator('#diagram-panels section[data-diagram=layered] button.copy').click();
   await samplePage.locator('#diagram-panels section[data-diagram=layered] [role=status]').filter({ hasText: /Cop/ }).waitFor();
@@ -206,9 +193,7 @@ test('the statistics, legend and dashboard screens explain themselves', async ()
   await samplePage.click('#tabs button[data-screen=stats]');
   const stats = await samplePage.locator('#stats').innerText();
   for (const part of ['Testability', '/ 100', 'Performance', '/ 1', 'Testability is on a 0–100 scale', 'Critical Path 1',
-    'No circular dependencies found. Great job!', 'Recommendations']) {
-    assert.ok(stats.includes(part), `statistics lack "${part}"`);
-  }
+    'No circular dependencies found. Great job!', 'Recommendations']) assert.ok(stats.includes(part), part);
   await samplePage.click('#tabs button[data-screen=legend]');
   const legend = await samplePage.locator('#legend').innerText();
   for (const part of ['singleton', '#e1f5fe', 'Circular dependency', 'ViewModel', 'Other']) assert.ok(legend.includes(part), part);
@@ -274,12 +259,9 @@ test('awkward names stay text and never become markup', async () => {
   assert.equal(await page.locator('#nodes g.node').count(), graph.nodes.length);
   assert.equal(await page.locator('#edges path.edge.circular').count(), 2);
   assert.equal(await page.locator('#edges text.cycle-mark').count(), 2);
-  assert.deepEqual(await page.evaluate(() => ({
-    images: document.querySelectorAll('img').length,
-    users: document.getElementsByTagName('user').length,
-    scripts: document.scripts.length,
-    alerts: window.alerts,
-  })), { images: 0, users: 0, scripts: 2, alerts: [] });
+  assert.deepEqual(await page.evaluate(() => ({ images: document.querySelectorAll('img').length,
+    users: document.getElementsByTagName('user').length, scripts: document.scripts.length, alerts: window.alerts })),
+  { images: 0, users: 0, scripts: 2, alerts: [] });
   assert.deepEqual((await pageData(page)).nodes.map((n) => n.id), graph.nodes.map((n) => n.id));
 
   const template = nodeNamed(page, AWKWARD.template);
@@ -288,9 +270,7 @@ test('awkward names stay text and never become markup', async () => {
   const details = page.locator('#details');
   assert.equal(await details.locator('h2').textContent(), AWKWARD.template);
   const text = await details.innerText();
-  for (const name of [AWKWARD.script, AWKWARD.cache, AWKWARD.quotes, '<b>bold?</b> & more']) {
-    assert.ok(text.includes(name), `details lack ${name}`);
-  }
+  for (const name of [AWKWARD.script, AWKWARD.cache, AWKWARD.quotes, '<b>bold?</b> & more']) assert.ok(text.includes(name), name);
   await page.click('#tabs button[data-screen=graph]');
   await page.fill('#search', '<user>');
   assert.equal(await visibleNodes(page), 1);
@@ -320,10 +300,3 @@ test('a page of 1,000 services and 3,000 dependencies opens and answers (timed, 
 test('no page logged an error', () => {
   assert.deepEqual(problems, []);
 });
-
-// The sample app's graph as the tool reads it back: nodes, edges and analysis of the page data.
-async function savedSampleGraph() {
-  const file = path.join(work, 'sample-graph.json');
-  fs.writeFileSync(file, JSON.stringify({ nodes: sampleData.nodes, edges: sampleData.edges, analysis: sampleData.analysis }));
-  return file;
-}

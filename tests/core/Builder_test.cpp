@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <stdexcept>
 
 #include "support/AsyncTest.hpp"
@@ -14,14 +13,9 @@ namespace {
 
 using namespace sample;
 using Lines = std::vector<std::string>;
+using Factories = testing::AsyncTest;
 
-template <class T>
-asio::awaitable<std::shared_ptr<T>> make(AdvancedDIContainer&) {
-  co_return std::make_shared<T>();
-}
-
-// Prints "<name>.configure", yields to the executor once, registers UserAPI, then fails when
-// asked to.
+// Prints "<name>.configure", yields once, registers UserAPI, then fails if asked to.
 class RecordingModule final : public DIModule {
  public:
   explicit RecordingModule(std::string name, bool fails = false)
@@ -31,7 +25,7 @@ class RecordingModule final : public DIModule {
     writeLine(name_ + ".configure");
     const auto executor = co_await asio::this_coro::executor;
     co_await asio::post(executor, asio::use_awaitable);
-    container.registerAsync<UserAPI>(DependencyScope::singleton, make<UserAPI>);
+    container.registerAsync<UserAPI>(DependencyScope::singleton, Factories::make<UserAPI>);
     if (fails_) throw std::runtime_error(name_ + " failed");
   }
 
@@ -51,7 +45,7 @@ class Builder : public testing::AsyncTest {
   void queueInterleaved(bool moduleFails = false) {
     builder
         .registerSync<Logger>(DependencyScope::singleton, DependencyLifetime::session,
-                              [](AdvancedDIContainer&) { return std::make_shared<Logger>(); })
+                              makeNow<Logger>)
         .registerModule(std::make_shared<RecordingModule>("M", moduleFails))
         .registerRepository<UserRepository>(make<UserRepository>);
   }
@@ -87,12 +81,8 @@ TEST_F(Builder, BuildRunsRegistrationsAndModulesInQueueOrderOneBuildAtATime) {
 TEST_F(Builder, FailingModuleStopsBuildKeepingEarlierSteps) {
   queueInterleaved(true);
   LineRecorder recorder;
-  try {
-    (void)run(builder.build());
-    FAIL() << "build() should fail";
-  } catch (const std::runtime_error& error) {
-    EXPECT_STREQ(error.what(), "M failed");
-  }
+  const auto error = testing::caught<std::runtime_error>([&] { (void)run(builder.build()); });
+  EXPECT_STREQ(error.value().what(), "M failed");
   EXPECT_EQ(recorder.lines(), (Lines{kLogger, "M.configure", kApi}));
   EXPECT_TRUE(builder.container()->isRegistered<Logger>());
   EXPECT_TRUE(builder.container()->isRegistered<UserAPI>());
@@ -115,11 +105,9 @@ TEST_F(Builder, ConvenienceFormsImplyScopesAndApplicationLifetime) {
                    "🔧 Registered UserViewModel with scope: lazy and dependencies: []",
                    "🔧 Registered UserAPI with scope: transient and dependencies: []",
                    "🔧 Registered CycleA with scope: custom and dependencies: []"}));
-  for (const auto& metadata :
-       {container->getMetadata<Logger>(), container->getMetadata<UserRepository>(),
-        container->getMetadata<LoadUserUseCase>(), container->getMetadata<UserViewModel>(),
-        container->getMetadata<UserAPI>()}) {
-    EXPECT_EQ(metadata->lifetime, DependencyLifetime::application) << metadata->typeName;
+  for (const char* name :
+       {"Logger", "UserRepository", "LoadUserUseCase", "UserViewModel", "UserAPI"}) {
+    EXPECT_EQ(container->getMetadata(name)->lifetime, DependencyLifetime::application) << name;
   }
   EXPECT_EQ(container->getMetadata<CycleA>()->lifetime, DependencyLifetime::request);
   // Transient, yet the same object every time.
@@ -128,7 +116,7 @@ TEST_F(Builder, ConvenienceFormsImplyScopesAndApplicationLifetime) {
 }
 
 asio::awaitable<void> configureApp(ContainerBuilder& builder) {
-  builder.registerService<Logger>(make<Logger>);
+  builder.registerService<Logger>(Factories::make<Logger>);
   co_return;
 }
 

@@ -76,26 +76,23 @@ TEST_F(ChildContainers, OverridesTakeEffectAtTheNextResolution) {
   }
 }
 
-// The child resolves a service of its own whose dependency is the parent's: the parent makes
-// it (its lines, its cache, its counts), the child records the edge; cached by the parent, it is
-// then the child's too, synchronously as well.
+// The child's own service depends on the parent's: the parent makes it (its lines, cache, counts),
+// the child records the edge; cached by the parent, it is the child's too, synchronously as well.
 TEST_F(ChildContainers, InheritedServicesAreTheParentsInstances) {
   auto parent = makeContainer();
-  parent->registerSync<Logger>(S::singleton,
-                               [](AdvancedDIContainer&) { return std::make_shared<Logger>(); });
+  parent->registerSync<Logger>(S::singleton, makeNow<Logger>);
   auto child = parent->createChild();
   child->registerType<Greeter>(S::singleton);
   LineRecorder recorder;
   const auto greeter = run(child->resolve<Greeter>());
-  EXPECT_EQ(
-      normaliseDurations(recorder.lines()),
-      (Lines{"🔍 Resolving: Greeter", "🔄 resolveSingleton called for: Greeter",
-             "   🔄 Creating new instance for: Greeter", "🔗 Dependency tracked: Greeter -> Logger",
-             "🔍 Resolving: Logger", "🔄 resolveSingleton called for: Logger",
-             "   🔄 Creating new instance for: Logger", "   💾 Caching instance for: Logger",
-             "   ✅ Instance cached successfully for: Logger", "✅ Resolved: Logger (took T)",
-             "   💾 Caching instance for: Greeter", "   ✅ Instance cached successfully for: Greeter",
-             "✅ Resolved: Greeter (took T)"}));
+  EXPECT_EQ(testing::joined(normaliseDurations(recorder.lines())),
+            "🔍 Resolving: Greeter\n🔄 resolveSingleton called for: Greeter\n"
+            "   🔄 Creating new instance for: Greeter\n🔗 Dependency tracked: Greeter -> Logger\n"
+            "🔍 Resolving: Logger\n🔄 resolveSingleton called for: Logger\n"
+            "   🔄 Creating new instance for: Logger\n   💾 Caching instance for: Logger\n"
+            "   ✅ Instance cached successfully for: Logger\n✅ Resolved: Logger (took T)\n"
+            "   💾 Caching instance for: Greeter\n"
+            "   ✅ Instance cached successfully for: Greeter\n✅ Resolved: Greeter (took T)\n");
   EXPECT_EQ(parent->resolveSync<Logger>(), greeter->logger);
   EXPECT_EQ(child->resolveSync<Logger>(), greeter->logger);
   EXPECT_EQ(child->getDependencyMap(), DependencyMap({{"Greeter", Lines{"Logger"}}}));
@@ -212,9 +209,7 @@ TEST_F(ChildContainers, SameNamedTypesNeverCollideSilently) {
                    "🔧 Registered Client[billing] with scope: singleton and dependencies: []",
                    "🔧 Registered Client[crm] with scope: singleton and dependencies: []"}));
   const RegistrationProblem collision{
-      RegistrationProblemKind::nameCollision,
-      "Client",
-      {"billing::Client", "crm::Client"},
+      RegistrationProblemKind::nameCollision, "Client", Lines{"billing::Client", "crm::Client"},
       "Client names two types, billing::Client and crm::Client; only one of them can be resolved"};
   EXPECT_EQ(run(c->validateRegistrations()), RegistrationReport{{collision}});
   EXPECT_EQ(nlohmann::json(collision)["kind"], "nameCollision");

@@ -14,8 +14,6 @@
 namespace tavreldi {
 namespace {
 
-using Lines = std::vector<std::string>;
-
 struct A {};
 struct B {};
 struct C {};
@@ -91,12 +89,8 @@ TEST_F(ConcurrentResolution, ASharedFailureIsNotCached) {
                         co_return std::make_shared<A>();
                       });
   for (auto& future : spawn<A>(*c, 10)) {
-    EXPECT_THROW(
-        try { future.get(); } catch (const std::runtime_error& e) {
-          EXPECT_STREQ(e.what(), "backend down");
-          throw;
-        },
-        std::runtime_error);
+    const auto error = testing::caught<std::runtime_error>([&] { future.get(); });
+    EXPECT_STREQ(error.value().what(), "backend down");
   }
   EXPECT_EQ(runs, 1);
   EXPECT_TRUE(run(c->resolve<A>()));
@@ -137,19 +131,20 @@ TEST_F(ConcurrentResolution, ACycleAcrossChainsFails) {
   EXPECT_EQ(testing::caught<CircularDependencyException>([&] { second.get(); }), expected);
 }
 
-// A factory that finishes on another thread: the rest of each resolution runs on the
-// container's thread (its lines reach this thread's recorder), and each caller goes on on its
-// own executor.
-TEST_F(ConcurrentResolution, EveryResolutionEndsOnTheHomeThread) {
+// Callers here and on a pool, of a factory that finishes elsewhere: each resolution runs on the
+// container's thread (its lines reach this thread's recorder); each caller goes on on its own.
+TEST_F(ConcurrentResolution, EveryResolutionRunsOnTheHomeThread) {
   auto c = makeContainer();
   asio::thread_pool pool(2);
+  const auto home = std::this_thread::get_id();
+  std::atomic<int> factoriesAway = 0;
   c->registerAsync<A>(DependencyScope::transient,
-                      [&pool](AdvancedDIContainer&) -> asio::awaitable<std::shared_ptr<A>> {
+                      [&](AdvancedDIContainer&) -> asio::awaitable<std::shared_ptr<A>> {
+                        if (std::this_thread::get_id() != home) ++factoriesAway;
                         co_await asio::post(asio::bind_executor(pool, asio::use_awaitable));
                         co_return std::make_shared<A>();
                       });
   std::atomic<int> callersOnTheirThread = 0;
-  const auto home = std::this_thread::get_id();
   auto resolveFrom = [&](bool fromPool) -> asio::awaitable<std::shared_ptr<A>> {
     auto a = co_await c->resolve<A>();
     if ((std::this_thread::get_id() == home) != fromPool) ++callersOnTheirThread;
@@ -171,6 +166,7 @@ TEST_F(ConcurrentResolution, EveryResolutionEndsOnTheHomeThread) {
                           [](const std::string& l) { return l.starts_with("✅ Resolved: A"); }),
             400);
   EXPECT_EQ(callersOnTheirThread, 400);
+  EXPECT_EQ(factoriesAway, 0);
   pool.join();
 }
 

@@ -10,19 +10,8 @@ namespace {
 using namespace sample;
 using Lines = std::vector<std::string>;
 
-template <class T>
-asio::awaitable<std::shared_ptr<T>> make(AdvancedDIContainer&) {
-  co_return std::make_shared<T>();
-}
-
 class ConvenienceRegistration : public testing::AsyncTest {
  protected:
-  // Runs whatever is queued on the executor now and returns how many handlers that was.
-  std::size_t pendingTasks() {
-    io.restart();
-    return io.poll();
-  }
-
   std::shared_ptr<AdvancedDIContainerImpl> c = makeContainer();
 };
 
@@ -61,7 +50,7 @@ TEST_F(ConvenienceRegistration, BatchPassesEachFactoryCallItsOwnType) {
     co_return std::make_shared<T>();
   };
   c->registerBatch(DependencyScope::lazy, factory);  // no types: no task at all
-  EXPECT_EQ(pendingTasks(), 0u);
+  EXPECT_EQ(drain(), 0u);
 
   LineRecorder recorder;
   c->registerBatch<Logger, UserAPI>(DependencyScope::lazy, factory);
@@ -76,7 +65,7 @@ TEST_F(ConvenienceRegistration, BatchPassesEachFactoryCallItsOwnType) {
 
 TEST_F(ConvenienceRegistration, ConditionalAndEnvironmentForms) {
   c->registerIf<Logger>(false, DependencyScope::singleton, make<Logger>);
-  EXPECT_EQ(pendingTasks(), 0u);
+  EXPECT_EQ(drain(), 0u);
   EXPECT_FALSE(c->isRegistered<Logger>());
   c->registerIf<Logger>(true, DependencyScope::scoped, make<Logger>);
   run(c->awaitPendingRegistrations());

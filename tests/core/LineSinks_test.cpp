@@ -1,9 +1,11 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <regex>
 #include <thread>
 
 #include "support/AsyncTest.hpp"
+#include "support/RecordingProvider.hpp"
 #include "support/SampleServices.hpp"
 #include "tavreldi/core/LineWriter.hpp"
 
@@ -18,8 +20,7 @@ class LineSinksTest : public testing::AsyncTest {
   void printOnAnotherThread() {
     std::thread([this] {
       auto container = makeContainer();
-      container->registerSync<sample::Logger>(
-          DependencyScope::singleton, [](auto&) { return std::make_shared<sample::Logger>(); });
+      container->registerSync<sample::Logger>(DependencyScope::singleton, makeNow<sample::Logger>);
       run(container->createScope("s"));
     }).join();
   }
@@ -41,34 +42,29 @@ TEST_F(LineSinksTest, TheDefaultSinkGetsEveryThreadsLinesUnlessTheThreadHasItsOw
   }
   EXPECT_EQ(lines.back(), "theirs");
   const std::string text = lines[0] + "\n" + lines[1] + "\n";
-  const struct {
-    std::shared_ptr<LineSink> sink;
-    std::string out, err;
-  } rows[] = {{LineSinks::standardOutput(), text, ""},
-              {LineSinks::standardError(), "", text},
-              {LineSinks::discard(), "", ""}};
-  for (const auto& row : rows) {
-    setLineSink(row.sink);
-    EXPECT_EQ(lineSink(), row.sink);
+  // A sink, and what it writes to standard output and to standard error.
+  const std::tuple<std::shared_ptr<LineSink>, std::string, std::string> rows[] = {
+      {LineSinks::standardOutput(), text, ""},
+      {LineSinks::standardError(), "", text},
+      {LineSinks::discard(), "", ""}};
+  for (const auto& [sink, out, err] : rows) {
+    setLineSink(sink);
+    EXPECT_EQ(lineSink(), sink);
     ::testing::internal::CaptureStdout();
     ::testing::internal::CaptureStderr();
     printOnAnotherThread();
-    EXPECT_EQ(::testing::internal::GetCapturedStderr(), row.err);
-    EXPECT_EQ(::testing::internal::GetCapturedStdout(), row.out);
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), err);
+    EXPECT_EQ(::testing::internal::GetCapturedStdout(), out);
   }
 }
 
 // Lines bound for standard output may go out together, but never after output that user code (a
 // factory, a telemetry provider) writes once they are due.
 TEST_F(LineSinksTest, StandardOutputKeepsTheFrameworksLinesInOrderWithUserOutput) {
-  class PrintingProvider final : public DIAnalyticsProvider {
-   public:
+  struct PrintingProvider final : testing::RecordingProvider {
     void trackEvent(std::string_view name, const OptionalParameters& /*parameters*/) override {
       std::printf("provider: %.*s\n", static_cast<int>(name.size()), name.data());
     }
-    void trackError(const std::exception& /*error*/, const OptionalParameters& /*ctx*/) override {}
-    void trackPerformance(std::string_view /*metric*/, double /*value*/,
-                          std::optional<std::string_view> /*unit*/) override {}
   };
   auto container = makeContainer();
   container->registerSync<sample::Logger>(DependencyScope::singleton, [](auto&) {
@@ -80,20 +76,18 @@ TEST_F(LineSinksTest, StandardOutputKeepsTheFrameworksLinesInOrderWithUserOutput
   ::testing::internal::CaptureStdout();
   (void)run(container->resolve<sample::Logger>());
   (void)run(container->resolve<sample::Logger>());
-  std::string out = ::testing::internal::GetCapturedStdout();
-  for (std::size_t at = out.find(" (took "); at != std::string::npos;
-       at = out.find(" (took ", at)) {
-    out.replace(at, out.find('\n', at) - at, " (took _)");  // the one figure that varies
-    ++at;
-  }
+  // The durations, the one figure that varies, written "(took T)".
+  const std::string out =
+      std::regex_replace(::testing::internal::GetCapturedStdout(),
+                         std::regex(R"(\(took [0-9]+\.[0-9]{3}s\))"), "(took T)");
   EXPECT_EQ(out,
             "🔍 Resolving: Logger\n🔄 resolveSingleton called for: Logger\n"
             "   🔄 Creating new instance for: Logger\nfactory\n"
             "   💾 Caching instance for: Logger\n   ✅ Instance cached successfully for: Logger\n"
-            "provider: dependency_resolved\n✅ Resolved: Logger (took _)\n"
+            "provider: dependency_resolved\n✅ Resolved: Logger (took T)\n"
             "🔍 Resolving: Logger\n🔄 resolveSingleton called for: Logger\n"
             "   ✅ Found cached instance for: Logger\n"
-            "provider: dependency_resolved\n✅ Resolved: Logger (took _)\n");
+            "provider: dependency_resolved\n✅ Resolved: Logger (took T)\n");
 }
 
 }  // namespace

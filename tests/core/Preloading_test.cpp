@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <stdexcept>
 
 #include "support/AsyncTest.hpp"
@@ -18,22 +17,6 @@ using Lines = std::vector<std::string>;
 struct PaymentService {};
 struct PaymentAPIRepository {};
 struct AuditProtocol {};
-
-template <class T>
-asio::awaitable<std::shared_ptr<T>> make(AdvancedDIContainer&) {
-  co_return std::make_shared<T>();
-}
-template <class T>
-std::shared_ptr<T> makeNow(AdvancedDIContainer&) {
-  return std::make_shared<T>();
-}
-
-// Resolves D through the container, then makes a T holding it.
-template <class T, class D>
-asio::awaitable<std::shared_ptr<T>> holding(AdvancedDIContainer& c) {
-  auto dependency = co_await c.resolve<D>();
-  co_return std::make_shared<T>(T{dependency});
-}
 
 // A singleton's registration record naming `typeName` (no factory of its own).
 DependencyMetadata metadataFor(const AdvancedDIContainerImpl& c, std::string typeName) {
@@ -70,11 +53,12 @@ class Preloading : public testing::AsyncTest {
   // resolving the next through the container; dependents registered first.
   std::shared_ptr<AdvancedDIContainerImpl> chainApp() {
     auto c = makeContainer();
-    c->registerAsync<UserViewModel>(DependencyScope::lazy, holding<UserViewModel, LoadUserUseCase>);
+    c->registerAsync<UserViewModel>(DependencyScope::lazy,
+                                    resolving<UserViewModel, LoadUserUseCase>);
     c->registerAsync<LoadUserUseCase>(DependencyScope::transient,
-                                      holding<LoadUserUseCase, UserRepository>);
-    c->registerAsync<UserRepository>(DependencyScope::scoped, holding<UserRepository, UserAPI>);
-    c->registerAsync<UserAPI>(DependencyScope::custom, holding<UserAPI, Logger>);
+                                      resolving<LoadUserUseCase, UserRepository>);
+    c->registerAsync<UserRepository>(DependencyScope::scoped, resolving<UserRepository, UserAPI>);
+    c->registerAsync<UserAPI>(DependencyScope::custom, resolving<UserAPI, Logger>);
     c->registerSync<Logger>(DependencyScope::singleton, makeNow<Logger>);
     return c;
   }
@@ -107,42 +91,31 @@ TEST_F(Preloading, DependenciesResolveEachNonTransientEntryInRegistrationOrder) 
   auto c = flatApp();
   LineRecorder recorder;
   run(c->preloadDependencies());
-  const std::string noFactory = "Factory error: No factory found for AuditProtocol";
-  EXPECT_EQ(normaliseDurations(recorder.lines()),
-            (Lines{"🚀 Preloading critical dependencies...",
-                   "🔍 Resolving: UserViewModel",
-                   "✅ Resolved: UserViewModel (took T)",
-                   "✅ Preloaded lazy: UserViewModel",
-                   "🔍 Resolving: PaymentService",
-                   "🔄 resolveSingleton called for: PaymentService",
-                   "   🔄 Creating new instance for: PaymentService",
-                   "❌ Failed to resolve PaymentService: payment gateway down",
-                   "⚠️ Failed to preload: PaymentService - payment gateway down",
-                   "🔍 Resolving: Logger",
-                   "🔄 resolveSingleton called for: Logger",
-                   "   🔄 Creating new instance for: Logger",
-                   "✅ Resolved: Logger (took T)",
-                   "✅ Preloaded singleton: Logger",
-                   "🔍 Resolving: UserAPI",
-                   "🔄 resolveSingleton called for: UserAPI",
-                   "   🔄 Creating new instance for: UserAPI",
-                   "✅ Resolved: UserAPI (took T)",
-                   "✅ Preloaded custom: UserAPI",
-                   "⏭️ Skipped transient: LoadUserUseCase",
-                   "🔍 Resolving: UserRepository",
-                   "✅ Resolved: UserRepository (took T)",
-                   "✅ Preloaded scoped: UserRepository",
-                   "🔍 Resolving: PaymentAPIRepository",
-                   "🔄 resolveSingleton called for: PaymentAPIRepository",
-                   "   🔄 Creating new instance for: PaymentAPIRepository",
-                   "✅ Resolved: PaymentAPIRepository (took T)",
-                   "✅ Preloaded container: PaymentAPIRepository",
-                   "🔍 Resolving: AuditProtocol",
-                   "🔄 resolveSingleton called for: AuditProtocol",
-                   "   🔄 Creating new instance for: AuditProtocol",
-                   "❌ Failed to resolve AuditProtocol: " + noFactory,
-                   "⚠️ Failed to preload: AuditProtocol - " + noFactory,
-                   "✅ Dependency preloading completed"}));
+  EXPECT_EQ(testing::joined(normaliseDurations(recorder.lines())),
+            "🚀 Preloading critical dependencies...\n🔍 Resolving: UserViewModel\n"
+            "✅ Resolved: UserViewModel (took T)\n✅ Preloaded lazy: UserViewModel\n"
+            "🔍 Resolving: PaymentService\n🔄 resolveSingleton called for: PaymentService\n"
+            "   🔄 Creating new instance for: PaymentService\n"
+            "❌ Failed to resolve PaymentService: payment gateway down\n"
+            "⚠️ Failed to preload: PaymentService - payment gateway down\n"
+            "🔍 Resolving: Logger\n🔄 resolveSingleton called for: Logger\n"
+            "   🔄 Creating new instance for: Logger\n✅ Resolved: Logger (took T)\n"
+            "✅ Preloaded singleton: Logger\n🔍 Resolving: UserAPI\n"
+            "🔄 resolveSingleton called for: UserAPI\n   🔄 Creating new instance for: UserAPI\n"
+            "✅ Resolved: UserAPI (took T)\n✅ Preloaded custom: UserAPI\n"
+            "⏭️ Skipped transient: LoadUserUseCase\n🔍 Resolving: UserRepository\n"
+            "✅ Resolved: UserRepository (took T)\n✅ Preloaded scoped: UserRepository\n"
+            "🔍 Resolving: PaymentAPIRepository\n"
+            "🔄 resolveSingleton called for: PaymentAPIRepository\n"
+            "   🔄 Creating new instance for: PaymentAPIRepository\n"
+            "✅ Resolved: PaymentAPIRepository (took T)\n"
+            "✅ Preloaded container: PaymentAPIRepository\n🔍 Resolving: AuditProtocol\n"
+            "🔄 resolveSingleton called for: AuditProtocol\n"
+            "   🔄 Creating new instance for: AuditProtocol\n"
+            "❌ Failed to resolve AuditProtocol: Factory error: No factory found for AuditProtocol\n"
+            "⚠️ Failed to preload: AuditProtocol - Factory error: No factory found for "
+            "AuditProtocol\n"
+            "✅ Dependency preloading completed\n");
   EXPECT_EQ(useCasesMade, 0);
   EXPECT_EQ(c->getServiceStatistics("Logger").resolutionCount, 1);
 }
@@ -151,20 +124,18 @@ TEST_F(Preloading, AllGenericCachesByScopeAndSkipsMissingFactoriesSilently) {
   auto c = flatApp();
   LineRecorder recorder;
   run(c->preloadAllGeneric());
-  EXPECT_EQ(
-      recorder.lines(),
-      (Lines{"🚀 Starting generic preloading...", " Preloading: UserViewModel with scope: lazy",
-             "✅ Cached lazy: UserViewModel", " Preloading: PaymentService with scope: singleton",
-             "⚠️ Failed to preload: PaymentService - payment gateway down",
-             " Preloading: Logger with scope: singleton", "✅ Cached singleton: Logger",
-             " Preloading: UserAPI with scope: custom", "✅ Cached custom: UserAPI",
-             " Preloading: LoadUserUseCase with scope: transient",
-             "⏭️ Skipping transient: LoadUserUseCase",
-             " Preloading: UserRepository with scope: scoped", "✅ Cached scoped: UserRepository",
-             " Preloading: PaymentAPIRepository with scope: container",
-             "✅ Cached container: PaymentAPIRepository",
-             " Preloading: AuditProtocol with scope: singleton",
-             "✅ Generic preloading completed"}));
+  EXPECT_EQ(testing::joined(recorder.lines()),
+            "🚀 Starting generic preloading...\n Preloading: UserViewModel with scope: lazy\n"
+            "✅ Cached lazy: UserViewModel\n Preloading: PaymentService with scope: singleton\n"
+            "⚠️ Failed to preload: PaymentService - payment gateway down\n"
+            " Preloading: Logger with scope: singleton\n✅ Cached singleton: Logger\n"
+            " Preloading: UserAPI with scope: custom\n✅ Cached custom: UserAPI\n"
+            " Preloading: LoadUserUseCase with scope: transient\n"
+            "⏭️ Skipping transient: LoadUserUseCase\n"
+            " Preloading: UserRepository with scope: scoped\n✅ Cached scoped: UserRepository\n"
+            " Preloading: PaymentAPIRepository with scope: container\n"
+            "✅ Cached container: PaymentAPIRepository\n"
+            " Preloading: AuditProtocol with scope: singleton\n✅ Generic preloading completed\n");
   EXPECT_EQ(useCasesMade, 0);
   // Direct creation counts nothing.
   EXPECT_EQ(c->getServiceStatistics("Logger").resolutionCount, 0);
@@ -193,12 +164,11 @@ TEST_F(Preloading, ViewModelsOnlyCreatesEveryOtherGroupFirst) {
   auto c = flatApp();
   LineRecorder recorder;
   run(c->preloadViewModelsOnly());
-  EXPECT_EQ(
-      recorder.lines(),
-      (Lines{"🚀 Preloading ViewModels and their dependencies...",
-             "   ❌ PaymentService - payment gateway down", "   ✅ Logger", "   ✅ UserAPI",
-             "   ✅ PaymentAPIRepository", "   ✅ LoadUserUseCase", "   ✅ UserRepository",
-             "   ✅ UserViewModel", "✅ ViewModels preloaded - resolveSync works everywhere!"}));
+  EXPECT_EQ(testing::joined(recorder.lines()),
+            "🚀 Preloading ViewModels and their dependencies...\n"
+            "   ❌ PaymentService - payment gateway down\n   ✅ Logger\n   ✅ UserAPI\n"
+            "   ✅ PaymentAPIRepository\n   ✅ LoadUserUseCase\n   ✅ UserRepository\n"
+            "   ✅ UserViewModel\n✅ ViewModels preloaded - resolveSync works everywhere!\n");
 }
 
 TEST_F(Preloading, DirectCreationUsesTheFactoryNamedByTheMetadata) {

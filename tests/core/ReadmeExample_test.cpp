@@ -24,12 +24,10 @@ TEST(ReadmeExample, RunsAndIsShownVerbatim) {
   EXPECT_EQ(quickstart(), "Greeter -> Logger");
   // The override example: the app keeps its real clock, the test's child sees the fake.
   EXPECT_EQ(invoiceTimes(), std::pair(1L, 42L));
-  const struct {
-    const char* page;
-    const char* example;
-  } shown[] = {{"README.md", "quickstart.cpp"},
-               {"docs/getting-started.md", "quickstart.cpp"},
-               {"README.md", "overrides.cpp"}};
+  const std::pair<const char*, const char*> shown[] = {
+      {"README.md", "quickstart.cpp"},
+      {"docs/getting-started.md", "quickstart.cpp"},
+      {"README.md", "overrides.cpp"}};
   for (const auto& [page, file] : shown) {
     const auto example = readFile(std::string(TAVRELDI_SOURCE_DIR "/docs/examples/") + file);
     ASSERT_FALSE(example.empty()) << file;

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "support/AsyncTest.hpp"
-#include "support/RecordingAnalyticsProvider.hpp"
+#include "support/RecordingProvider.hpp"
 #include "support/SampleServices.hpp"
 #include "tavreldi/core/Errors.hpp"
 #include "tavreldi/core/LineWriter.hpp"
@@ -11,26 +11,19 @@ namespace tavreldi {
 namespace {
 
 using namespace sample;
-using testing::RecordingAnalyticsProvider;
+using testing::RecordingProvider;
 using Strings = std::vector<std::string>;
 
 class ResolutionTelemetry : public testing::AsyncTest {
  protected:
   void SetUp() override {
-    container->registerAsync<UserAPI>(
-        DependencyScope::singleton, DependencyLifetime::session,
-        [](AdvancedDIContainer& c) -> asio::awaitable<std::shared_ptr<UserAPI>> {
-          auto logger = co_await c.resolve<Logger>();
-          co_return std::make_shared<UserAPI>(UserAPI{logger});
-        });
-    container->registerSync<Logger>(DependencyScope::transient, [](AdvancedDIContainer&) {
-      return std::make_shared<Logger>();
-    });
+    container->registerAsync<UserAPI>(DependencyScope::singleton, DependencyLifetime::session,
+                                      resolving<UserAPI, Logger>);
+    container->registerSync<Logger>(DependencyScope::transient, makeNow<Logger>);
   }
 
   LineRecorder quiet;
-  std::shared_ptr<RecordingAnalyticsProvider> recording =
-      std::make_shared<RecordingAnalyticsProvider>();
+  std::shared_ptr<RecordingProvider> recording = std::make_shared<RecordingProvider>();
   std::shared_ptr<AdvancedDIContainerImpl> container = makeContainer();
 };
 
@@ -58,11 +51,11 @@ TEST_F(ResolutionTelemetry, ResolutionEventsInOrderWithTheirParameters) {
   // The inner resolution finishes first; each reports its duration in milliseconds, twice.
   for (const auto& [index, type, scope] :
        {std::tuple(0u, "Logger", "transient"), std::tuple(2u, "UserAPI", "singleton")}) {
-    const auto& performance = std::get<RecordingAnalyticsProvider::Performance>(calls[index]);
+    const auto& performance = std::get<RecordingProvider::Performance>(calls[index]);
     EXPECT_EQ(performance.metric, "dependency_resolution");
     EXPECT_EQ(performance.unit, "ms");
     EXPECT_GE(performance.value, 0.0);
-    const auto& event = std::get<RecordingAnalyticsProvider::Event>(calls[index + 1]);
+    const auto& event = std::get<RecordingProvider::Event>(calls[index + 1]);
     EXPECT_EQ(event.name, "dependency_resolved");
     EXPECT_EQ(event.parameters, (ParameterMap{{"type", type},
                                               {"scope", scope},

@@ -32,8 +32,7 @@ DashboardConfig configFor(std::string url, int retryCount = 0) {
 
 DependencyGraph smallGraph() {
   DependencyGraph graph;
-  graph.nodes.resize(1);
-  graph.nodes[0].id = "UserAPI";
+  graph.nodes.emplace_back().id = "UserAPI";
   graph.analysis.totalNodes = 1;
   return graph;
 }
@@ -72,23 +71,20 @@ TEST_F(DashboardClientTest, UploadPostsTheSummaryOnceWithTokenAndJsonType) {
   const DashboardClient client(configFor(server.url() + "/tenant-7/"));
   DashboardSummary summary = makeDashboardSummary(smallGraph(), std::chrono::system_clock::now());
   const DashboardUploadResult result = run(client.uploadSummary(summary));
-  EXPECT_EQ(result.status, 201);
-  EXPECT_EQ(result.responseBody, R"({"ok":true})");
-  EXPECT_EQ(result.summary, summary);
+  EXPECT_EQ(std::tie(result.status, result.responseBody, result.summary),
+            std::tuple(201, R"({"ok":true})", summary));
 
   (void)run(client.uploadSummary(smallGraph()));
   const auto requests = server.requests();
   ASSERT_EQ(requests.size(), 2U);
   for (const auto& request : requests) {
-    EXPECT_EQ(request.method, "POST");
-    EXPECT_EQ(request.path, "/tenant-7/api/updateUserDashboard");
+    EXPECT_EQ(request.method + " " + request.path, "POST /tenant-7/api/updateUserDashboard");
     EXPECT_EQ(request.header("Authorization"), std::string("Bearer ") + kToken);
     EXPECT_EQ(request.header("Content-Type"), "application/json");
   }
   EXPECT_EQ(nlohmann::json::parse(requests[0].body), nlohmann::json(summary));
   const auto sent = nlohmann::json::parse(requests[1].body).get<DashboardSummary>();
-  EXPECT_EQ(sent.nodes, summary.nodes);
-  EXPECT_EQ(sent.analysis, summary.analysis);
+  EXPECT_EQ(std::tie(sent.nodes, sent.analysis), std::tie(summary.nodes, summary.analysis));
 }
 
 TEST_F(DashboardClientTest, FetchDecodesTheDataOffTheCallersThreadEvenAfterTheClientIsGone) {
@@ -121,8 +117,7 @@ TEST_F(DashboardClientTest, FetchDecodesTheDataOffTheCallersThreadEvenAfterTheCl
   EXPECT_EQ(data, nlohmann::json::parse(kDataJson).get<DashboardData>());
   const auto requests = server.requests();
   ASSERT_EQ(requests.size(), 1U);
-  EXPECT_EQ(requests[0].method, "GET");
-  EXPECT_EQ(requests[0].path, "/getUserDashboardData");
+  EXPECT_EQ(requests[0].method + " " + requests[0].path, "GET /getUserDashboardData");
   EXPECT_EQ(requests[0].header("Authorization"), std::string("Bearer ") + kToken);
 }
 

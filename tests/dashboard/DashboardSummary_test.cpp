@@ -10,6 +10,8 @@
 
 #include "dashboard/detail/DashboardEndpoint.hpp"
 #include "dashboard/detail/HttpTransport.hpp"
+#include "support/AsyncTest.hpp"
+#include "support/GraphFixture.hpp"
 #include "support/JsonDecoding.hpp"
 #include "tavreldi/dashboard/DashboardData.hpp"
 #include "tavreldi/dashboard/DashboardError.hpp"
@@ -21,20 +23,11 @@ Timestamp at(std::string_view text) { return parseIso8601(text).value(); }
 
 DependencyGraph sampleGraph() {
   DependencyGraph graph;
-  graph.nodes.resize(2);
-  graph.nodes[0].id = "UserAPI";
-  graph.nodes[0].layer = 1;
+  graph.nodes = {testing::node("UserAPI", DependencyScope::singleton, {}, 1),
+                 testing::node("UserRepository", DependencyScope::scoped, {}, 2, true)};
   graph.nodes[0].type = NodeType::service;
-  graph.nodes[1].id = "UserRepository";
-  graph.nodes[1].scope = DependencyScope::scoped;
-  graph.nodes[1].layer = 2;
   graph.nodes[1].type = NodeType::repository;
-  graph.nodes[1].isCircular = true;
-  graph.edges.resize(1);
-  graph.edges[0].from = "UserRepository";
-  graph.edges[0].to = "UserAPI";
-  graph.edges[0].relationshipType = RelationshipType::dataFlow;
-  graph.edges[0].isCircular = true;
+  graph.edges = {testing::edge("UserRepository", "UserAPI", true, "", RelationshipType::dataFlow)};
   graph.analysis.totalNodes = 2;
   graph.analysis.totalDependencies = 1;
   graph.analysis.maxDepth = 2;
@@ -96,14 +89,12 @@ TEST(DashboardData, HasAStrictJsonForm) {
 
 TEST(DashboardEndpoint, ParsesTheBaseUrlAndRefusesUnsafeOrMalformedOnes) {
   const auto plain = detail::parseDashboardUrl("HTTPS://Dash.Example.com/tenant-7//");
-  EXPECT_TRUE(plain.secure);
-  EXPECT_EQ(plain.host, "dash.example.com");
-  EXPECT_EQ(plain.port, 443);
+  EXPECT_EQ(std::tie(plain.secure, plain.host, plain.port),
+            std::tuple(true, "dash.example.com", 443));
   EXPECT_EQ(plain.urlFor("/getUserDashboardData"),
             "https://dash.example.com:443/tenant-7/getUserDashboardData");
   const auto ipv6 = detail::parseDashboardUrl("http://[::1]:8080");
-  EXPECT_FALSE(ipv6.secure);
-  EXPECT_EQ(ipv6.host, "::1");
+  EXPECT_EQ(std::tie(ipv6.secure, ipv6.host), std::tuple(false, "::1"));
   EXPECT_EQ(ipv6.urlFor("/x"), "http://[::1]:8080/x");
   EXPECT_EQ(detail::parseDashboardUrl("http://localhost").port, 80);
 
@@ -121,13 +112,10 @@ TEST(DashboardEndpoint, ParsesTheBaseUrlAndRefusesUnsafeOrMalformedOnes) {
        "the base URL \"https://example.com/a?...\" must not have a query or fragment"},
       {"https://:443/", "the base URL \"https://:443/\" has no valid host name"}};
   for (const auto& [url, message] : refusals) {
-    try {
-      (void)detail::parseDashboardUrl(url);
-      ADD_FAILURE() << "accepted " << url;
-    } catch (const DashboardError& error) {
-      EXPECT_EQ(error.kind(), DashboardErrorKind::invalidConfiguration) << url;
-      EXPECT_EQ(error.what(), "Invalid dashboard configuration: " + message);
-    }
+    const auto error =
+        testing::caught<DashboardError>([&url = url] { (void)detail::parseDashboardUrl(url); });
+    EXPECT_EQ(error.value().kind(), DashboardErrorKind::invalidConfiguration) << url;
+    EXPECT_EQ(error->what(), "Invalid dashboard configuration: " + message);
   }
 }
 

@@ -111,9 +111,8 @@ TEST_F(GraphBuilding, NodesAndEdgesFromRegistryAndObservations) {
   const auto& api = graph.nodes[0];
   EXPECT_EQ(std::tie(api.layer, api.type, api.category),
             std::tuple(1, NodeType::service, NodeCategory::networking));
-  const auto created = parseIso8601(api.metadata.at("created_at"));
-  ASSERT_TRUE(created);
-  EXPECT_GE(*created, std::chrono::floor<std::chrono::seconds>(before));
+  EXPECT_GE(parseIso8601(api.metadata.at("created_at")).value(),
+            std::chrono::floor<std::chrono::seconds>(before));
   // Complexity counts the observed dependencies (six), not the declared ones.
   EXPECT_EQ(graph.nodes[3].complexity, ComplexityLevel::high);
   // Four nodes: three columns.
@@ -137,9 +136,8 @@ TEST_F(GraphBuilding, NodesAndEdgesFromRegistryAndObservations) {
   EXPECT_EQ(flow.metadata.at("relationship_type"), "DataFlow");
 }
 
-// What a build derives from names and observed dependencies is kept for the next build; each
-// kind of change must show in it: a name registered after being observed, a new observed
-// dependency, a new name, and a replaced registration (whose scope is read afresh).
+// What a build derives is kept for the next one, which must show each kind of change: a name
+// registered after being observed, a new observed dependency or name, a replaced registration.
 TEST_F(GraphBuilding, EveryChangeShowsInTheNextBuild) {
   auto c = makeContainer();
   const auto check = [&](std::size_t nodes, std::int64_t maxDepth, std::int64_t violations,
@@ -221,10 +219,9 @@ TEST_F(GraphBuilding, EmptyContainerAndValidation) {
                                      "✅ All dependencies are properly registered"}));
 }
 
-// Random registries and maps, cyclic ones and unregistered names included, checked against the
-// literal definitions: the cycle list, the once-per-build flags, the edge list, every depth and
-// the greatest depth (also as found without reachability sets). The last rounds are larger, so
-// that some cycles are too large to have their depths computed ahead.
+// Random registries and maps, with cycles and unregistered names, against the literal definitions
+// (cycles, flags, edges, every depth, the greatest also without reachability sets); the last
+// rounds are larger, so that some cycles are too large to have their depths computed ahead.
 TEST_F(GraphBuilding, AgreesWithLiteralDefinitionsOnRandomGraphs) {
   std::mt19937 rng(20240131);
   const auto chance = [&](double p) { return std::uniform_real_distribution<>(0, 1)(rng) < p; };
@@ -306,10 +303,9 @@ TEST_F(GraphBuilding, AgreesWithLiteralDefinitionsOnRandomGraphs) {
   }
 }
 
-// Layered apps of a few hundred names (each name depending on a few of the layer below, the
-// bottom layer on earlier names of its own, some back edges closing small cycles and one cycle
-// too large to have its depths computed ahead): the greatest depth equals the greatest
-// getDependencyDepth, with and without reachability sets.
+// Layered apps of a few hundred names (each on a few of the layer below, the bottom layer on its
+// own earlier names, small cycles and one too large to have its depths computed ahead): the
+// greatest depth is the greatest getDependencyDepth, with and without reachability sets.
 TEST_F(GraphBuilding, MaxDepthAgreesWithEveryNameSearchedOnLayeredApps) {
   std::mt19937 rng(7);
   for (int round = 0; round < 12; ++round) {

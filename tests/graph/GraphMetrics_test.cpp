@@ -20,25 +20,16 @@ namespace {
 using Names = std::vector<std::string>;
 using Nodes = std::vector<DependencyNode>;
 using Edges = std::vector<DependencyEdge>;
+using testing::edge;
 
 class GraphMetrics : public testing::AsyncTest {};
 
 DependencyNode node(std::string id, std::int64_t layer = 0,
                     ComplexityLevel complexity = ComplexityLevel::low, std::size_t deps = 0) {
-  DependencyNode n;
-  n.id = std::move(id);
-  n.layer = layer;
+  DependencyNode n =
+      testing::node(std::move(id), DependencyScope::singleton, Names(deps, "X"), layer);
   n.complexity = complexity;
-  n.dependencies = std::vector<std::string>(deps, "X");
   return n;
-}
-
-DependencyEdge edge(std::string from, std::string to, bool circular = false) {
-  DependencyEdge e;
-  e.from = std::move(from);
-  e.to = std::move(to);
-  e.isCircular = circular;
-  return e;
 }
 
 Nodes nodes(int count) {
@@ -98,8 +89,7 @@ TEST_F(GraphMetrics, EmptyGraphFigures) {
       R"("cacheHitRate":0.0,"fastestResolution":0.0,"performanceTrend":"stable",)"
       R"("slowestResolution":0.0,"totalMemoryFootprint":0.0},"recommendations":[],)"
       R"("totalDependencies":0,"totalNodes":0})");
-  EXPECT_TRUE(c->createNodeClusters({}).empty());
-  EXPECT_TRUE(c->createCriticalPaths({}, {}).empty());
+  EXPECT_TRUE(c->createNodeClusters({}).empty() && c->createCriticalPaths({}, {}).empty());
 }
 
 TEST_F(GraphMetrics, ComplexityScoreAndArchitecture) {
@@ -180,8 +170,7 @@ TEST_F(GraphMetrics, RecommendationsClustersAndPerformance) {
   }
   const auto p = c->createGraphPerformanceMetrics(ns);
   EXPECT_DOUBLE_EQ(p.averageResolutionTime, 0.00325);
-  EXPECT_EQ(p.slowestResolution, 0.01);
-  EXPECT_EQ(p.fastestResolution, 0.001);
+  EXPECT_EQ(std::tie(p.slowestResolution, p.fastestResolution), std::tuple(0.01, 0.001));
   EXPECT_DOUBLE_EQ(p.cacheHitRate, 0.85);
   EXPECT_EQ(p.bottleneckNodes, Names{"D"});  // 0.01 > 2 × 0.00325
 }
@@ -195,8 +184,7 @@ TEST_F(GraphMetrics, CriticalPaths) {
                     edge("G", "H"), edge("H", "F"), edge("H", "I"), edge("Q", "B")};
   const auto paths = c->createCriticalPaths(ns, edges);
   ASSERT_EQ(paths.size(), 4u);
-  EXPECT_EQ(paths[1].id, "critical_path_1");
-  EXPECT_EQ(paths[1].name, "Critical Path 2");
+  EXPECT_EQ(std::tie(paths[1].id, paths[1].name), std::tuple("critical_path_1", "Critical Path 2"));
   EXPECT_EQ(paths[3].impact, PerformanceImpact::high);
   EXPECT_EQ(paths[3].metadata, (std::map<std::string, std::string>{{"type", "dependency_chain"}}));
 
@@ -261,12 +249,12 @@ TEST_F(GraphMetrics, CriticalPaths) {
 TEST_F(GraphMetrics, EndToEndAnalysisOfAResolvedApp) {
   using namespace sample;
   auto c = makeContainer(DIContainerConfig(2, false, true, true, true));
-  testing::registerWrapping<UserViewModel, LoadUserUseCase>(*c, DependencyScope::lazy);
-  testing::registerWrapping<LoadUserUseCase, UserRepository>(*c, DependencyScope::transient);
-  testing::registerWrapping<UserRepository, UserAPI>(*c, DependencyScope::scoped);
-  testing::registerWrapping<UserAPI, Logger>(*c, DependencyScope::singleton);
-  c->registerSync<Logger>(DependencyScope::transient,
-                          [](AdvancedDIContainer&) { return std::make_shared<Logger>(); });
+  c->registerAsync<UserViewModel>(DependencyScope::lazy, resolving<UserViewModel, LoadUserUseCase>);
+  c->registerAsync<LoadUserUseCase>(DependencyScope::transient,
+                                    resolving<LoadUserUseCase, UserRepository>);
+  c->registerAsync<UserRepository>(DependencyScope::scoped, resolving<UserRepository, UserAPI>);
+  c->registerAsync<UserAPI>(DependencyScope::singleton, resolving<UserAPI, Logger>);
+  c->registerSync<Logger>(DependencyScope::transient, makeNow<Logger>);
   int visits = 0;
   c->registerAsync<CycleA>(
       DependencyScope::singleton,
@@ -296,9 +284,8 @@ TEST_F(GraphMetrics, EndToEndAnalysisOfAResolvedApp) {
   const GraphAnalysis& a = g.analysis;
   EXPECT_TRUE(a.hasCircularDependencies);
   EXPECT_EQ(a.circularDependencyChains, (std::vector<Names>{{"CycleA", "CycleB"}}));
-  EXPECT_EQ(a.totalNodes, 7);
-  EXPECT_EQ(a.totalDependencies, 6);
-  EXPECT_EQ(a.maxDepth, 4);  // UserViewModel down to Logger
+  // Seven nodes, six edges, and UserViewModel down to Logger is the deepest.
+  EXPECT_EQ(std::tie(a.totalNodes, a.totalDependencies, a.maxDepth), std::tuple(7, 6, 4));
   EXPECT_DOUBLE_EQ(a.cacheEfficiency, 100.0 / 9);
   EXPECT_DOUBLE_EQ(a.complexityMetrics.couplingScore, 6.0 / 7);
   // The performance figures are those of this graph's own nodes.

@@ -19,30 +19,22 @@ using testing::changed;
 using testing::decoded;
 
 DependencyNode sampleNode(std::string id, Point position) {
-  return DependencyNode{std::move(id),
-                        DependencyScope::scoped,
-                        {"UserAPI", "Logger"},
-                        2,
-                        true,
-                        position,
-                        NodeType::repository,
-                        NodeCategory::crossCutting,
-                        ComplexityLevel::medium,
-                        {0.004, 2048.5, 0.8, 17, parseIso8601("2024-01-31T12:00:00.250Z")},
-                        {{"scope", "scoped"}, {"created_at", "2024-01-31T12:00:00Z"}},
-                        {"repository"}};
+  return DependencyNode{
+      std::move(id), DependencyScope::scoped, NameList{"UserAPI", "Logger"}, 2, true, position,
+      NodeType::repository, NodeCategory::crossCutting,
+      // complexity, performance figures, metadata, tags
+      ComplexityLevel::medium,
+      NodePerformanceMetrics{0.004, 2048.5, 0.8, 17, parseIso8601("2024-01-31T12:00:00.250Z")},
+      Metadata{{"scope", "scoped"}, {"created_at", "2024-01-31T12:00:00Z"}},
+      NameList{"repository"}};
 }
 
 DependencyEdge sampleEdge(std::string from, std::string to) {
-  return DependencyEdge{std::move(from),
-                        std::move(to),
-                        "depends on",
-                        false,
-                        RelationshipType::dataFlow,
-                        RelationshipStrength::moderate,
-                        EdgeDirection::bidirectional,
-                        PerformanceImpact::high,
-                        {{"strength", "Moderate"}}};
+  return DependencyEdge{std::move(from), std::move(to), "depends on", false,
+                        // type, strength, direction, impact, metadata
+                        RelationshipType::dataFlow, RelationshipStrength::moderate,
+                        EdgeDirection::bidirectional, PerformanceImpact::high,
+                        Metadata{{"strength", "Moderate"}}};
 }
 
 TEST(GraphModelJson, NodeAndEdgeForms) {

@@ -55,8 +55,7 @@ TEST(NameTest, ListsReadLikeVectorsAndShareOnCopy) {
   EXPECT_EQ(fromTexts.strings(), (Strings{"A", "B", "C"}));
   EXPECT_EQ(fromTexts.at(1), "B");
   EXPECT_THROW((void)fromTexts.at(3), std::out_of_range);
-  EXPECT_TRUE(fromTexts.contains("C"));
-  EXPECT_FALSE(fromTexts.contains("D"));
+  EXPECT_TRUE(fromTexts.contains("C") && !fromTexts.contains("D"));
 
   NameList copy = fromTexts;
   EXPECT_EQ(copy.data(), fromTexts.data());

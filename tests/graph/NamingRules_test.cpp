@@ -13,13 +13,7 @@ using Tags = std::vector<std::string>;
 TEST(NamingRules, NodeClassificationFromNames) {
   using T = NodeType;
   using C = NodeCategory;
-  struct Case {
-    std::string_view name;
-    std::int64_t layer;
-    NodeType type;
-    NodeCategory category;
-    Tags tags;
-  };
+  using Case = std::tuple<std::string_view, std::int64_t, NodeType, NodeCategory, Tags>;
   // The "API" test comes before "Repository" in every rule; tags collect every match.
   const std::vector<Case> cases{
       {"UserAPIService", 1, T::service, C::networking, {"api"}},
@@ -43,12 +37,11 @@ TEST(NamingRules, NodeClassificationFromNames) {
        C::networking,
        {"api", "repository", "usecase", "viewmodel"}},
   };
-  for (const Case& c : cases) {
-    const NameTraits traits = traitsOf(c.name);
-    EXPECT_EQ(traits.layer, c.layer) << c.name;
-    EXPECT_EQ(traits.type, c.type) << c.name;
-    EXPECT_EQ(traits.category, c.category) << c.name;
-    EXPECT_EQ(tagsFor(traits.roles), c.tags) << c.name;
+  for (const auto& [name, layer, type, category, tags] : cases) {
+    const NameTraits traits = traitsOf(name);
+    EXPECT_EQ(std::tie(traits.layer, traits.type, traits.category), std::tie(layer, type, category))
+        << name;
+    EXPECT_EQ(tagsFor(traits.roles), tags) << name;
   }
 }
 
@@ -72,13 +65,9 @@ TEST(NamingRules, EdgeClassification) {
   using R = RelationshipType;
   using S = RelationshipStrength;
   using I = PerformanceImpact;
-  struct Case {
-    std::string_view from, to;
-    RelationshipType type;
-    RelationshipStrength strength;
-    PerformanceImpact impact;  // of the target alone
-  };
-  // The repository-to-API rule wins over the use-case-to-repository rule.
+  // From, to, type, strength, and the impact of the target alone. The repository-to-API rule
+  // wins over the use-case-to-repository rule.
+  using Case = std::tuple<std::string_view, std::string_view, R, S, I>;
   const std::vector<Case> cases{
       {"ProfileViewModel", "LoadProfileUseCase", R::presentation, S::weak, I::low},
       {"UserRepository", "UserAPI", R::dataFlow, S::strong, I::high},
@@ -88,12 +77,12 @@ TEST(NamingRules, EdgeClassification) {
       {"Reporter", "OrdersDatabase", R::dependency, S::weak, I::high},
       {"Reporter", "apiClient", R::dependency, S::weak, I::low},
   };
-  for (const Case& c : cases) {
-    const Roles from = traitsOf(c.from).roles;
-    const Roles to = traitsOf(c.to).roles;
-    EXPECT_EQ(relationshipTypeFor(from, to), c.type) << c.from << " " << c.to;
-    EXPECT_EQ(strengthFor(from, to), c.strength) << c.from << " " << c.to;
-    EXPECT_EQ(impactFor(to), c.impact) << c.to;
+  for (const auto& [fromName, toName, type, strength, impact] : cases) {
+    const Roles from = traitsOf(fromName).roles;
+    const Roles to = traitsOf(toName).roles;
+    EXPECT_EQ(std::tuple(relationshipTypeFor(from, to), strengthFor(from, to), impactFor(to)),
+              std::tie(type, strength, impact))
+        << fromName << " " << toName;
   }
 }
 

@@ -12,17 +12,9 @@ namespace tavreldi {
 namespace {
 
 PerformanceMetrics sample(std::int64_t successful, std::int64_t failed) {
-  return PerformanceMetrics{5,
-                            successful + failed,
-                            1.5,
-                            4.25,
-                            0.125,
-                            2'100'000,
-                            0.5,
-                            1,
-                            failed,
-                            successful,
-                            *parseIso8601("2024-01-31T12:00:00.125Z"),
+  return PerformanceMetrics{5, successful + failed, 1.5, 4.25, 0.125, 2'100'000, 0.5, 1,
+                            // failed and successful resolutions, time stamp, trend
+                            failed, successful, *parseIso8601("2024-01-31T12:00:00.125Z"),
                             PerformanceTrend::improving};
 }
 
@@ -42,8 +34,7 @@ TEST(PerformanceMetricsTest, ReportAndRates) {
   EXPECT_EQ(sample(3, 0).failureRate(), 0.0);
   EXPECT_EQ(sample(0, 4).successRate(), 0.0);
 
-  // No resolutions at all: success rate 0 (in the report), failure rate 1; figures round to two
-  // decimals.
+  // No resolutions: success rate 0 (in the report), failure rate 1; figures round to two places.
   auto idle = sample(0, 0);
   idle.cacheHitRatio = 0.98766;
   idle.averageResolutionTime = 0.004;
@@ -58,24 +49,15 @@ TEST(PerformanceMetricsTest, ReportAndRates) {
 // 1000 of a unit is written as the next unit; there are no terabytes.
 TEST(PerformanceMetricsTest, ByteCounts) {
   const std::vector<std::pair<std::int64_t, std::string>> cases{
-      {0, "Zero KB"},
-      {1, "1 KB"},
-      {999, "1 KB"},
-      {1'499, "1 KB"},
-      {1'500, "2 KB"},
-      {999'499, "999 KB"},
-      {999'500, "1 MB"},
-      {2'149'999, "2.1 MB"},
-      {2'150'000, "2.2 MB"},
-      {999'949'999, "999.9 MB"},
-      {999'950'000, "1 GB"},
-      {1'234'567'890, "1.23 GB"},
-      {1'201'000'000, "1.2 GB"},
-      {1'004'999'999, "1 GB"},
-      {3'000'000'000, "3 GB"},
-      {1'500'000'000'000, "1,500 GB"},
-      {-2'100'000, "-2.1 MB"},
-      {std::numeric_limits<std::int64_t>::min(), "-9,223,372,036.85 GB"}};
+      {0, "Zero KB"},          {1, "1 KB"},
+      {999, "1 KB"},           {1'499, "1 KB"},
+      {1'500, "2 KB"},         {999'499, "999 KB"},
+      {999'500, "1 MB"},       {2'149'999, "2.1 MB"},
+      {2'150'000, "2.2 MB"},   {999'949'999, "999.9 MB"},
+      {999'950'000, "1 GB"},   {1'234'567'890, "1.23 GB"},
+      {1'004'999'999, "1 GB"}, {1'201'000'000, "1.2 GB"},
+      {3'000'000'000, "3 GB"}, {1'500'000'000'000, "1,500 GB"},
+      {-2'100'000, "-2.1 MB"}, {std::numeric_limits<std::int64_t>::min(), "-9,223,372,036.85 GB"}};
   for (const auto& [bytes, text] : cases) EXPECT_EQ(formatByteCount(bytes), text) << bytes;
 }
 

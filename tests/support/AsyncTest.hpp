@@ -18,6 +18,27 @@
 namespace tavreldi::testing {
 
 class AsyncTest : public ::testing::Test {
+ public:
+  /// Factories for registrations: a default T, asynchronously or at once.
+  template <class T>
+  static asio::awaitable<std::shared_ptr<T>> make(AdvancedDIContainer& /*unused*/) {
+    co_return std::make_shared<T>();
+  }
+  template <class T>
+  static std::shared_ptr<T> makeNow(AdvancedDIContainer& /*unused*/) {
+    return std::make_shared<T>();
+  }
+  /// A factory that resolves D through the container, then makes a T holding it if T can.
+  template <class T, class D>
+  static asio::awaitable<std::shared_ptr<T>> resolving(AdvancedDIContainer& c) {
+    auto dependency = co_await c.resolve<D>();
+    if constexpr (requires { T{dependency}; }) {
+      co_return std::make_shared<T>(T{dependency});
+    } else {
+      co_return std::make_shared<T>();
+    }
+  }
+
  protected:
   std::shared_ptr<AdvancedDIContainerImpl> makeContainer(
       DIContainerConfig config = DIContainerConfig::strict()) {
@@ -32,10 +53,11 @@ class AsyncTest : public ::testing::Test {
     return future.get();
   }
 
-  /// Runs whatever has been posted to `io` so far (e.g. registration tasks).
-  void drain() {
+  /// Runs whatever has been posted to `io` so far (e.g. registration tasks); returns how many
+  /// handlers that was.
+  std::size_t drain() {
     io.restart();
-    io.poll();
+    return io.poll();
   }
 
   template <class Future>
@@ -63,14 +85,20 @@ std::optional<X> caught(F call) {
   return std::nullopt;
 }
 
-/// Replaces the duration in "✅ Resolved: X (took 0.001s)" lines by "(took T)", after checking
-/// its form, so that expected lines can be written out whole.
+/// The lines with a well-formed duration in "✅ Resolved: X (took 0.001s)" written "(took T)".
 inline std::vector<std::string> normaliseDurations(const std::vector<std::string>& lines) {
   static const std::regex took(R"(\(took [0-9]+\.[0-9]{3}s\)$)");
   std::vector<std::string> out;
   out.reserve(lines.size());
   for (const auto& line : lines) out.push_back(std::regex_replace(line, took, "(took T)"));
   return out;
+}
+
+/// The lines as one text, each ended by a line break, for comparing whole logs.
+inline std::string joined(const std::vector<std::string>& lines) {
+  std::string text;
+  for (const auto& line : lines) text += line + '\n';
+  return text;
 }
 
 }  // namespace tavreldi::testing

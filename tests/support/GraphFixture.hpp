@@ -1,11 +1,9 @@
 #pragma once
 
-// Fills a container's registry and observed dependencies directly, for graph tests that need
-// shapes real resolutions cannot produce (cycles with detection on, unregistered owners, ...),
-// or registers services whose factories resolve for real.
+// Fills a container's registry and observed dependencies directly, for shapes real resolutions
+// cannot produce (cycles with detection on, unregistered owners, ...); makes graph records.
 
 #include <chrono>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -22,18 +20,12 @@ inline void registerName(AdvancedDIContainerImpl& container, std::string_view na
                          std::vector<std::string> declared = {}) {
   detail::ContainerState& state = container.state();
   detail::Slot& slot = state.obtain(name);
-  slot.metadata = DependencyMetadata{scope,
-                                     DependencyLifetime::application,
-                                     false,
-                                     true,
-                                     {},
-                                     {},
-                                     std::chrono::system_clock::now(),
-                                     std::string(name),
-                                     true,
-                                     0,
-                                     std::move(declared),
-                                     ThreadSafety::safe};
+  slot.metadata =
+      DependencyMetadata{scope, DependencyLifetime::application, false, true,
+                         // no tags or custom data
+                         std::vector<std::string>(), std::map<std::string, std::string>(),
+                         std::chrono::system_clock::now(), std::string(name), true, 0,
+                         std::move(declared), ThreadSafety::safe};
   state.addToRegistry(slot);
 }
 
@@ -46,14 +38,29 @@ inline void observe(AdvancedDIContainerImpl& container, std::string_view from,
   }
 }
 
-/// Registers T with a factory that resolves D and wraps it (`T{dependency}`).
-template <class T, class D>
-void registerWrapping(AdvancedDIContainerImpl& container, DependencyScope scope) {
-  container.registerAsync<T>(scope,
-                             [](AdvancedDIContainer& c) -> asio::awaitable<std::shared_ptr<T>> {
-                               auto dependency = co_await c.resolve<D>();
-                               co_return std::make_shared<T>(T{dependency});
-                             });
+/// A node with the given fields.
+inline DependencyNode node(Name id, DependencyScope scope = DependencyScope::singleton,
+                           NameList dependencies = {}, std::int64_t layer = 0,
+                           bool circular = false) {
+  DependencyNode n;
+  n.id = std::move(id);
+  n.scope = scope;
+  n.dependencies = std::move(dependencies);
+  n.layer = layer;
+  n.isCircular = circular;
+  return n;
+}
+
+/// An edge with the given fields.
+inline DependencyEdge edge(Name from, Name to, bool circular = false, std::string relationship = {},
+                           RelationshipType type = RelationshipType::dependency) {
+  DependencyEdge e;
+  e.from = std::move(from);
+  e.to = std::move(to);
+  e.isCircular = circular;
+  e.relationship = std::move(relationship);
+  e.relationshipType = type;
+  return e;
 }
 
 }  // namespace tavreldi::testing

@@ -1,9 +1,8 @@
 #pragma once
 
-// A real HTTP or HTTPS server on 127.0.0.1 with an ephemeral port, for client tests. It records
-// every request it receives and answers each with the next scripted answer (the last one is
-// repeated once the script runs out). Header-only because it needs cpp-httplib with OpenSSL,
-// which only the tests that use it link.
+// A real HTTP or HTTPS server on 127.0.0.1 with an ephemeral port, for client tests: it records
+// every request and answers each with the next scripted answer (the last one repeated).
+// Header-only: it needs cpp-httplib with OpenSSL, which only the tests that use it link.
 
 #define CPPHTTPLIB_OPENSSL_SUPPORT
 #include <httplib.h>
@@ -44,8 +43,7 @@ struct ScriptedAnswer {
   std::string body;
   /// Wait this long before answering, unless `release()` is called first.
   std::chrono::milliseconds delay{0};
-  /// When set, the body is sent chunked, one byte at a time with this pause before each, until
-  /// `release()`.
+  /// When set, the body is sent chunked, a byte after each such pause, until `release()`.
   std::chrono::milliseconds dripEvery{0};
   /// When set, a header "X-Padding" of this many characters is sent.
   std::size_t paddingBytes = 0;
@@ -69,7 +67,6 @@ class LoopbackHttpServer {
   LoopbackHttpServer(const LoopbackHttpServer&) = delete;
   LoopbackHttpServer& operator=(const LoopbackHttpServer&) = delete;
 
-  [[nodiscard]] int port() const noexcept { return port_; }
   /// "http://127.0.0.1:PORT" or "https://127.0.0.1:PORT".
   [[nodiscard]] std::string url() const {
     return scheme_ + "://127.0.0.1:" + std::to_string(port_);
@@ -186,20 +183,12 @@ struct TestCertificates {
   };
 
   static TestCertificates make(const std::filesystem::path& dir) {
-    std::ofstream(dir / "openssl.cnf") << "[req]\n"
-                                          "distinguished_name = dn\n"
-                                          "prompt = no\n"
-                                          "[dn]\n"
-                                          "CN = unused\n"
-                                          "[ca]\n"
-                                          "basicConstraints = critical,CA:TRUE\n"
-                                          "keyUsage = critical,keyCertSign,cRLSign\n"
-                                          "subjectKeyIdentifier = hash\n"
-                                          "[server]\n"
-                                          "basicConstraints = CA:FALSE\n"
-                                          "keyUsage = critical,digitalSignature\n"
-                                          "extendedKeyUsage = serverAuth\n"
-                                          "subjectAltName = IP:127.0.0.1\n";
+    std::ofstream(dir / "openssl.cnf")
+        << "[req]\ndistinguished_name = dn\nprompt = no\n[dn]\nCN = unused\n"
+           "[ca]\nbasicConstraints = critical,CA:TRUE\nkeyUsage = critical,keyCertSign,cRLSign\n"
+           "subjectKeyIdentifier = hash\n[server]\nbasicConstraints = CA:FALSE\n"
+           "keyUsage = critical,digitalSignature\nextendedKeyUsage = serverAuth\n"
+           "subjectAltName = IP:127.0.0.1\n";
     const std::string in = "cd '" + dir.string() + "' && ";
     const std::string key = " -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes";
     const std::string quiet = " >openssl.log 2>&1";

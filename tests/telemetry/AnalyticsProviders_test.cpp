@@ -4,13 +4,12 @@
 #include <gtest/gtest.h>
 
 #include <limits>
-#include <memory>
 #include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "support/TelemetryPrinters.hpp"
+#include "support/RecordingProvider.hpp"
 #include "tavreldi/core/Errors.hpp"
 #include "tavreldi/core/LineWriter.hpp"
 #include "tavreldi/telemetry/AnalyticsValue.hpp"
@@ -31,12 +30,8 @@ ParameterMap everyKind() {
 
 // Texts, true and lists of texts are covered through everyKind() in the provider lines below.
 TEST(AnalyticsValue, TextFormsOfValuesAndMaps) {
-  struct Case {
-    AnalyticsValue value;
-    std::string plain;
-    std::string quoted;
-  };
-  const std::vector<Case> cases{
+  // A value, its plain text and its quoted text.
+  const std::vector<std::tuple<AnalyticsValue, std::string, std::string>> cases{
       {std::numeric_limits<std::int64_t>::max(), "9223372036854775807", "9223372036854775807"},
       {0.0, "0.0", "0.0"},
       {0.1 + 0.2, "0.30000000000000004", "0.30000000000000004"},
@@ -121,8 +116,7 @@ TEST(AnalyticsProviders, Lines) {
 
 // The shared instances are process-wide, and may be used from many threads at once.
 TEST(AnalyticsProviders, SharedInstancesServeManyThreadsAtOnce) {
-  constexpr int kThreads = 8;
-  constexpr int kCalls = 200;
+  constexpr int kThreads = 8, kCalls = 200;
   std::vector<std::vector<std::string>> perThread(kThreads);
   std::vector<const DefaultDIAnalyticsProvider*> instances(kThreads);
   std::vector<std::thread> threads;

@@ -11,8 +11,7 @@
 #include <typeindex>
 #include <vector>
 
-#include "support/RecordingCrashlyticsProvider.hpp"
-#include "support/TelemetryPrinters.hpp"
+#include "support/RecordingProvider.hpp"
 #include "tavreldi/core/Errors.hpp"
 #include "tavreldi/core/LineWriter.hpp"
 #include "tavreldi/telemetry/DICrashlyticsConfig.hpp"
@@ -23,7 +22,7 @@ namespace tavreldi {
 namespace {
 
 using ::testing::ElementsAre;
-using Recorder = testing::RecordingCrashlyticsProvider;
+using Recorder = testing::RecordingProvider;
 
 // A manager over a fresh recording provider. Its configuration is disabled and has a custom
 // key: the configuration is carried only, so neither filters calls nor adds keys.

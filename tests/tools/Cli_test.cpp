@@ -8,11 +8,12 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <nlohmann/json.hpp>
-#include <sstream>
 #include <string>
 #include <vector>
 
+#include "support/GraphFixture.hpp"
 #include "tavreldi/graph/DependencyGraph.hpp"
 #include "tavreldi/visualization/DiagramGenerators.hpp"
 
@@ -29,9 +30,7 @@ struct ToolRun {
 
 std::string readFile(const fs::path& path) {
   std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
 void writeFile(const fs::path& path, const std::string& text) {
@@ -53,16 +52,9 @@ DependencyGraph savedGraph() {
   DependencyGraph graph;
   for (std::size_t i = 0; i < names.size(); ++i) {
     const std::string& next = names[i == 4 ? 3 : i + 1];  // the cache closes the cycle
-    DependencyNode& node = graph.nodes.emplace_back();
-    node.id = names[i];
-    node.scope = scopes[i];
-    node.layer = static_cast<std::int64_t>(4 - i);
-    node.dependencies = {next};
-    node.isCircular = i >= 3;
-    DependencyEdge& edge = graph.edges.emplace_back();
-    edge.from = names[i];
-    edge.to = next;
-    edge.isCircular = i >= 3;
+    graph.nodes.push_back(
+        testing::node(names[i], scopes[i], {next}, 4 - static_cast<std::int64_t>(i), i >= 3));
+    graph.edges.push_back(testing::edge(names[i], next, i >= 3));
   }
   GraphAnalysis& analysis = graph.analysis;
   analysis.hasCircularDependencies = true;
@@ -97,15 +89,10 @@ class CliTest : public ::testing::Test {
     const fs::path out = dir / "stdout.txt", err = dir / "stderr.txt";
     command += " >" + shellQuoted(out.string()) + " 2>" + shellQuoted(err.string()) + " </dev/null";
     const int raw = std::system(command.c_str());
-    ToolRun result;
-    result.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-    result.out = readFile(out);
-    result.err = readFile(err);
-    return result;
+    return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, readFile(out), readFile(err)};
   }
 
-  // Expects exit status 2, nothing on standard output and one line on standard error that
-  // holds `message`.
+  // Expects exit status 2, no standard output and one standard error line holding `message`.
   ToolRun expectRejected(const std::vector<std::string>& args, const std::string& message) {
     ToolRun result = run(args);
     EXPECT_EQ(result.status, 2) << result.err;
@@ -135,8 +122,8 @@ TEST_F(CliTest, RendersEveryTypeFromASavedGraph) {
   }
   // The cycle below the root repeats until the depth limit, so the limit shows in the text.
   const ToolRun shallow = run({"render", graphFile, "--type", "tree", "--max-depth", "2"});
-  EXPECT_EQ(shallow.status, 0);
-  EXPECT_EQ(shallow.out, DiagramGenerators::generateTreeVisualization(graph, 2));
+  EXPECT_EQ(std::tie(shallow.status, shallow.out),
+            std::tuple(0, DiagramGenerators::generateTreeVisualization(graph, 2)));
   EXPECT_NE(shallow.out, DiagramGenerators::generateTreeVisualization(graph, 5));
   // The viewer page (--type html) is written, opened and used by viewer.test.mjs.
 }
@@ -148,27 +135,19 @@ TEST_F(CliTest, ReportPrintsTheAnalysis) {
     return "  " + label + std::string(34 - label.size(), ' ') + value;
   };
   EXPECT_TRUE(result.out.starts_with("Dependency graph: " + graphFile + "\n")) << result.out;
-  for (const std::string& line : {
-           row("Services", "5"),
-           row("Circular dependencies", "yes (1 cycles)"),
-           row("Testability", "80.0"),
-           row("Overall", "0.900"),
-           std::string("Cycles (1)"),
-           std::string("  1. UserAPI -> Cache -> UserAPI"),
-           // The longest path from the view model runs into the cycle and stops at the first
-           // repeated name.
-           std::string("Critical paths (3)"),
-           std::string("  Critical Path 1, 6 services: ProfileViewModel -> LoadProfileUseCase "
-                       "-> Repository<User> -> UserAPI -> Cache -> UserAPI"),
-           std::string("  Infrastructure Cluster (5): ProfileViewModel, LoadProfileUseCase, "
-                       "Repository<User>, UserAPI, Cache"),
-           std::string("  1. [High] Architecture: Resolve Circular Dependencies"),
-           std::string("     Found 2 circular dependencies that should be resolved"),
-           std::string("     Affects: UserAPI, Cache; impact High; effort Medium"),
-           std::string("Registration problems (1)"),
-           std::string(
-               "  1. [circularDependency] Circular dependency: UserAPI -> Cache -> UserAPI"),
-       }) {
+  // The view model's longest path runs into the cycle and stops at its first repeat.
+  for (const std::string& line : std::vector<std::string>{
+           row("Services", "5"), row("Circular dependencies", "yes (1 cycles)"),
+           row("Testability", "80.0"), row("Overall", "0.900"), "Cycles (1)",
+           "  1. UserAPI -> Cache -> UserAPI", "Critical paths (3)",
+           "  Critical Path 1, 6 services: ProfileViewModel -> LoadProfileUseCase -> "
+           "Repository<User> -> UserAPI -> Cache -> UserAPI",
+           "  Infrastructure Cluster (5): ProfileViewModel, LoadProfileUseCase, Repository<User>, "
+           "UserAPI, Cache",
+           "  1. [High] Architecture: Resolve Circular Dependencies",
+           "     Found 2 circular dependencies that should be resolved",
+           "     Affects: UserAPI, Cache; impact High; effort Medium", "Registration problems (1)",
+           "  1. [circularDependency] Circular dependency: UserAPI -> Cache -> UserAPI"}) {
     EXPECT_NE(("\n" + result.out).find("\n" + line + "\n"), std::string::npos) << line;
   }
 }
@@ -178,10 +157,9 @@ TEST_F(CliTest, BadInputIsNamedAndExitsWithStatusTwo) {
   expectRejected({"render", missing, "--type", "tree"},
                  "tavreldi render: cannot open " + missing + ": No such file or directory");
 
-  // Unreadable or wrong documents, read by the loader both commands share: the text of the file
-  // and the expected message.
-  // Hostile ones too: numbers beyond range, texts that would break the line, JSON that would
-  // take far more memory than its size, and files of one megabyte and more made in the test.
+  // Unreadable, wrong or hostile documents for the loader both commands share (numbers beyond
+  // range, texts that would break the line, JSON that would take far more memory than its size,
+  // files of a megabyte and more), and the expected message.
   nlohmann::json noAnalysis = graph, badLayer = graph, badEdge = graph, badScope = graph;
   noAnalysis.erase("analysis");
   badLayer["nodes"][2]["layer"] = "top";
@@ -249,8 +227,7 @@ TEST_F(CliTest, BadInputIsNamedAndExitsWithStatusTwo) {
 TEST_F(CliTest, DenseGraphsStayWithinTheLimits) {
   DependencyGraph dense;
   const auto add = [&dense](const std::string& from, const std::string& to) {
-    dense.edges.emplace_back().from = from;
-    dense.edges.back().to = to;
+    dense.edges.push_back(testing::edge(from, to));
   };
   dense.nodes.emplace_back().id = "Root";
   for (int i = 0; i < 8; ++i) dense.nodes.emplace_back().id = "A" + std::to_string(i);
@@ -294,8 +271,7 @@ TEST_F(CliTest, DenseGraphsStayWithinTheLimits) {
 
 TEST_F(CliTest, HelpVersionAndTheDemoPage) {
   const ToolRun version = run({"--version"});
-  EXPECT_EQ(version.status, 0);
-  EXPECT_EQ(version.out, "tavreldi 0.1.0\n");
+  EXPECT_EQ(std::tie(version.status, version.out), std::tuple(0, "tavreldi 0.1.0\n"));
   for (const auto& [command, option] : std::vector<std::pair<std::string, std::string>>{
            {"render", "--max-output"}, {"report", "--max-input"}, {"demo", "--html"}}) {
     const ToolRun help = run({command, "--help"});

@@ -20,27 +20,20 @@ VisualizationConfig configFor(VisualizationType type, std::int64_t maxDepth) {
       type, OutputFormat::mermaid, true, true, true, true, true, false, maxDepth, true, true, true};
 }
 
-class DependencyVisualizerTest : public testing::AsyncTest {
- protected:
-  // UserRepository -> UserAPI -> Logger: one root, three layers, so the tree's depth limit shows.
-  void SetUp() override {
-    container = makeContainer();
-    testing::registerName(*container, "UserRepository", DependencyScope::singleton);
-    testing::registerName(*container, "UserAPI", DependencyScope::scoped);
-    testing::registerName(*container, "Logger");
-    testing::observe(*container, "UserRepository", {"UserAPI"});
-    testing::observe(*container, "UserAPI", {"Logger"});
-    current = run(container->getDependencyGraph());
-    ASSERT_EQ(current.nodes.size(), 3U);
-  }
-
-  std::shared_ptr<AdvancedDIContainerImpl> container;
-  DependencyGraph current;
-};
+using DependencyVisualizerTest = testing::AsyncTest;
 
 // The generators' own dispatch (`DiagramGenerators::generate`) is checked against fixed texts
 // with the generators, so it serves as the expected text here.
 TEST_F(DependencyVisualizerTest, RendersTheConfiguredOrGivenTypeAndReportsProgress) {
+  // UserRepository -> UserAPI -> Logger: one root, three layers, so the tree's depth limit shows.
+  auto container = makeContainer();
+  testing::registerName(*container, "UserRepository", DependencyScope::singleton);
+  testing::registerName(*container, "UserAPI", DependencyScope::scoped);
+  testing::registerName(*container, "Logger");
+  testing::observe(*container, "UserRepository", {"UserAPI"});
+  testing::observe(*container, "UserAPI", {"Logger"});
+  const DependencyGraph current = run(container->getDependencyGraph());
+  ASSERT_EQ(current.nodes.size(), 3U);
   Steps steps;
   Progress progress(100, [&](std::int64_t completed, std::int64_t) { steps.push_back(completed); });
   // Configured for JSON, so a text of another type shows that the given type was used.

@@ -12,6 +12,8 @@
 #include <string>
 #include <tuple>
 
+#include "support/AsyncTest.hpp"
+#include "support/GraphFixture.hpp"
 #include "tavreldi/visualization/VisualizationModel.hpp"
 #include "visualization/detail/DiagramIdentifiers.hpp"
 #include "visualization/detail/DiagramText.hpp"
@@ -21,50 +23,21 @@ namespace {
 
 using Strings = std::vector<std::string>;
 using G = DiagramGenerators;
-
-DependencyNode node(std::string id, DependencyScope scope, std::int64_t layer, bool circular,
-                    Strings dependencies, NodeType type = NodeType::component,
-                    std::map<std::string, std::string> metadata = {}) {
-  DependencyNode n;
-  n.id = std::move(id);
-  n.scope = scope;
-  n.layer = layer;
-  n.isCircular = circular;
-  n.dependencies = std::move(dependencies);
-  n.type = type;
-  n.metadata = std::move(metadata);
-  return n;
-}
-
-DependencyEdge edge(std::string from, std::string to, std::string relationship, bool circular,
-                    RelationshipType type = RelationshipType::dependency) {
-  DependencyEdge e;
-  e.from = std::move(from);
-  e.to = std::move(to);
-  e.relationship = std::move(relationship);
-  e.isCircular = circular;
-  e.relationshipType = type;
-  return e;
-}
+using testing::edge;
+using testing::node;
 
 // Four scopes; UserRepository <-> UserAPI is a cycle whose closing edge alone is flagged;
 // KeychainStore is an edge target without a node.
 DependencyGraph sampleGraph() {
   using S = DependencyScope;
   DependencyGraph graph;
-  graph.nodes = {
-      node("UserViewModel", S::lazy, 4, false, {"UserRepository", "AuthRepository"}),
-      node("UserRepository", S::scoped, 2, true, {"UserAPI"}),
-      node("UserAPI", S::singleton, 1, true, {"UserRepository"}),
-      node("AuthRepository", S::custom, 2, false, {"KeychainStore"}),
-  };
-  graph.edges = {
-      edge("UserViewModel", "UserRepository", "", false),
-      edge("UserViewModel", "AuthRepository", "", false),
-      edge("UserRepository", "UserAPI", "", false),
-      edge("UserAPI", "UserRepository", "", true),
-      edge("AuthRepository", "KeychainStore", "", false),
-  };
+  graph.nodes = {node("UserViewModel", S::lazy, {"UserRepository", "AuthRepository"}, 4),
+                 node("UserRepository", S::scoped, {"UserAPI"}, 2, true),
+                 node("UserAPI", S::singleton, {"UserRepository"}, 1, true),
+                 node("AuthRepository", S::custom, {"KeychainStore"}, 2)};
+  graph.edges = {edge("UserViewModel", "UserRepository"), edge("UserViewModel", "AuthRepository"),
+                 edge("UserRepository", "UserAPI"), edge("UserAPI", "UserRepository", true),
+                 edge("AuthRepository", "KeychainStore")};
   return graph;
 }
 
@@ -89,15 +62,12 @@ TEST(DiagramGenerators, TextLayoutsOfSampleGraph) {
   EXPECT_EQ(G::generate(VisualizationType::tree, graph, {}, 4, tree.size()), tree);
   for (const VisualizationType type : {VisualizationType::tree, VisualizationType::layered}) {
     const std::size_t size = G::generate(type, graph, {}, 4).size();
-    try {
-      (void)G::generate(type, graph, {}, 4, size - 1);
-      ADD_FAILURE() << toString(type);
-    } catch (const DiagramTooLargeError& error) {
-      EXPECT_EQ(error.what(), "the " + std::string(toString(type)) +
-                                  " diagram is larger than the output limit of " +
-                                  std::to_string(size - 1) + " bytes");
-      EXPECT_EQ(std::tuple(error.type(), error.limit()), std::tuple(type, size - 1));
-    }
+    const auto error = testing::caught<DiagramTooLargeError>(
+        [&] { (void)G::generate(type, graph, {}, 4, size - 1); });
+    EXPECT_EQ(error.value().what(), "the " + std::string(toString(type)) +
+                                        " diagram is larger than the output limit of " +
+                                        std::to_string(size - 1) + " bytes");
+    EXPECT_EQ(std::tuple(error->type(), error->limit()), std::tuple(type, size - 1));
   }
 
   // Two nodes show every part of a network entry: both flags, a list of two, an empty list (whose
@@ -167,12 +137,10 @@ Circular Nodes:
 )");
 }
 
-// The JSON form is written directly. It must be, byte for byte, the JSON library's pretty,
-// key-sorted print of the graph's VisualizationData (whose keys VisualizationModel's test pins),
-// or "{}" when a text is not UTF-8: checked on random graphs whose texts hold quotes,
-// backslashes, control characters, multi-byte characters and, in every other round, malformed
-// sequences (overlong, surrogate, past U+10FFFF, cut short). The label is the id, the layer and
-// the analysis figures are texts, doubles in their shortest form.
+// The JSON form, written directly, is byte for byte the JSON library's pretty, key-sorted print of
+// the graph's VisualizationData, or "{}" when a text is not UTF-8: on random graphs whose texts
+// hold quotes, backslashes, control and multi-byte characters and, every other round, malformed
+// sequences. The label is the id; the layer and figures are texts, doubles in shortest form.
 TEST(DiagramGenerators, JSONIsThePrintOfTheVisualizationData) {
   std::mt19937 rng(11);
   const Strings wellFormed{"A",    "Repo", "\"", "\\", "\n", "\t", "\b", "\x01", "\x1f",
@@ -202,15 +170,17 @@ TEST(DiagramGenerators, JSONIsThePrintOfTheVisualizationData) {
       const auto type = allCases<NodeType>()[pick(allCases<NodeType>().size())];
       const auto scope = allCases<DependencyScope>()[pick(allCases<DependencyScope>().size())];
       const auto layer = static_cast<std::int64_t>(pick(9)) - 3;
-      graph.nodes.push_back(node(text(), scope, layer, pick(2) == 0, texts(3), type, metadata));
-      const DependencyNode& n = graph.nodes.back();
+      DependencyNode& n =
+          graph.nodes.emplace_back(node(text(), scope, texts(3), layer, pick(2) == 0));
+      n.type = type;
+      n.metadata = metadata;
       data.nodes.push_back({n.id.str(), n.id.str(), std::string(toString(type)),
                             std::string(toString(scope)), std::to_string(layer), n.isCircular,
                             n.dependencies.strings(), metadata});
     }
     for (std::size_t i = pick(4); i-- > 0;) {
       const auto type = allCases<RelationshipType>()[pick(allCases<RelationshipType>().size())];
-      graph.edges.push_back(edge(text(), text(), text(), pick(2) == 0, type));
+      graph.edges.push_back(edge(text(), text(), pick(2) == 0, text(), type));
       const DependencyEdge& e = graph.edges.back();
       data.edges.push_back(
           {e.from.str(), e.to.str(), std::string(toString(type)), e.relationship, e.isCircular});
@@ -266,17 +236,14 @@ TEST(DiagramGenerators, EmptyAndSmallGraphs) {
 
   // Circular nodes without circular edges.
   DependencyGraph graph;
-  graph.nodes = {node("A", DependencyScope::singleton, 0, true, {}),
-                 node("B", DependencyScope::singleton, 0, false, {})};
-  graph.edges = {edge("A", "B", "", false)};
+  graph.nodes = {node("A", DependencyScope::singleton, {}, 0, true), node("B")};
+  graph.edges = {edge("A", "B")};
   EXPECT_EQ(G::generateCircularVisualization(graph),
             "Circular Dependencies:\n=====================\n\n"
             "⚠️ Circular dependencies detected:\n\nCircular Nodes:\n  A\n");
 
   // Layered cells count characters, not bytes, and cut long names to 20.
-  graph.nodes = {node("AbcdefghijKlmnopqrstUvwxy", DependencyScope::transient, 0, false, {}),
-                 node("Café", DependencyScope::transient, 0, false, {}),
-                 node("ÅÅÅÅÅÅÅÅÅÅÅÅÅÅÅÅÅÅÅÅÅ", DependencyScope::transient, 0, false, {})};
+  graph.nodes = {node("AbcdefghijKlmnopqrstUvwxy"), node("Café"), node("ÅÅÅÅÅÅÅÅÅÅÅÅÅÅÅÅÅÅÅÅÅ")};
   EXPECT_EQ(G::generateLayeredVisualization(graph),
             "Layered Architecture:\n====================\n\n┌─ Layer 0 ─┐\n"
             "│ AbcdefghijKlmnopqrst │\n"
@@ -290,17 +257,17 @@ TEST(DiagramGenerators, EmptyAndSmallGraphs) {
 DependencyGraph awkwardGraph() {
   using S = DependencyScope;
   DependencyGraph graph;
-  graph.nodes = {node("My.Service-A", S::singleton, 0, true, {}),
-                 node("Repository<User>", S::singleton, 0, true, {}),
-                 node("Cache<Key, Value>", S::scoped, 0, false, {}),
-                 node("Quote\"Service", S::transient, 0, false, {}),
-                 node("2FA\\Helper", S::lazy, 0, false, {}),
-                 node("Auth Store", S::custom, 0, false, {})};
-  graph.edges = {edge("My.Service-A", "Repository<User>", "", false),
-                 edge("Repository<User>", "My.Service-A", "back \"ref\"", true),
-                 edge("Repository<User>", "Cache<Key, Value>", "reads", false),
-                 edge("Quote\"Service", "2FA\\Helper", "a\\b", false),
-                 edge("Auth Store", "Key.Chain", "stores", false)};
+  graph.nodes = {node("My.Service-A", S::singleton, {}, 0, true),
+                 node("Repository<User>", S::singleton, {}, 0, true),
+                 node("Cache<Key, Value>", S::scoped),
+                 node("Quote\"Service", S::transient),
+                 node("2FA\\Helper", S::lazy),
+                 node("Auth Store", S::custom)};
+  graph.edges = {edge("My.Service-A", "Repository<User>"),
+                 edge("Repository<User>", "My.Service-A", true, "back \"ref\""),
+                 edge("Repository<User>", "Cache<Key, Value>", false, "reads"),
+                 edge("Quote\"Service", "2FA\\Helper", false, "a\\b"),
+                 edge("Auth Store", "Key.Chain", false, "stores")};
   return graph;
 }
 
@@ -353,8 +320,7 @@ TEST(DiagramGenerators, MermaidAndGraphviz) {
 )");
 }
 
-// Runs `command` on `input` (binary-safe); returns its exit status and its output, standard
-// error included.
+// Runs `command` on `input` (binary-safe): its exit status and output, standard error included.
 std::pair<int, std::string> runOn(const std::string& command, const std::string& input) {
   const auto file = std::filesystem::temp_directory_path() /
                     ("tavreldi-diagram-" + std::to_string(::getpid()) + ".txt");
@@ -381,13 +347,13 @@ TEST(DiagramGenerators, AnyNamesGiveValidDiagramsWithOneNodePerService) {
   names.insert(names.end(), {"fa:fa-car", "style:#x;", "%%{init: {}}%%", "`md`"});
   // A service named like the identifier another one is given.
   DependencyGraph graph;
-  graph.nodes = {node("Über", DependencyScope::lazy, 0, false, {})};
+  graph.nodes = {node("Über", DependencyScope::lazy)};
   names.emplace_back(detail::DiagramIdentifiers(graph, detail::DiagramLanguage::dot).node(0));
   graph.nodes.clear();
   for (std::size_t i = 0; i < names.size(); ++i) {
     const auto scope = allCases<DependencyScope>()[i % allCases<DependencyScope>().size()];
-    graph.nodes.push_back(node(names[i], scope, 0, false, {}));
-    if (i > 0) graph.edges.push_back(edge(names[i - 1], names[i], names[i], i % 2 == 0));
+    graph.nodes.push_back(node(names[i], scope));
+    if (i > 0) graph.edges.push_back(edge(names[i - 1], names[i], i % 2 == 0, names[i]));
   }
   // Labels as people see them: control characters as their pictures, broken UTF-8 as U+FFFD.
   std::map<std::string, std::string> shown{

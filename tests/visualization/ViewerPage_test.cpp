@@ -29,17 +29,11 @@ DependencyGraph awkwardGraph() {
   DependencyGraph graph;
   for (std::size_t i = 0; i < cycle.size(); ++i) {
     const std::string& next = cycle[(i + 1) % cycle.size()];
-    DependencyNode& node = graph.nodes.emplace_back();
-    node.id = cycle[i];
-    node.dependencies = {next};
-    node.isCircular = true;
-    node.metadata = {{"note", "a & b <i>"}};
-    DependencyEdge& edge = graph.edges.emplace_back();
-    edge.from = cycle[i];
-    edge.to = next;
-    edge.isCircular = true;
+    graph.nodes.push_back(testing::node(cycle[i], DependencyScope::singleton, {next}, 0, true));
+    graph.nodes.back().metadata = {{"note", "a & b <i>"}};
+    graph.edges.push_back(testing::edge(cycle[i], next, true));
   }
-  graph.nodes.emplace_back().id = "Logger";
+  graph.nodes.push_back(testing::node("Logger"));
   graph.analysis.circularDependencyChains = {cycle};
   return graph;
 }
@@ -103,10 +97,8 @@ TEST(ViewerPageTest, NamesNeverReachTheMarkupRawAndEveryFigureIsEmbedded) {
   }
   EXPECT_EQ(data["analysis"]["maxDepth"], 7);
   EXPECT_EQ(data["cycleAnalysis"]["recommendations"], json::array({"Fix it"}));
-  EXPECT_EQ(data["measured"]["Logger"], (json{{"resolutionCount", 4},
-                                              {"cacheHits", 3},
-                                              {"latestResolutionTime", 0.25},
-                                              {"lastResolved", nullptr}}));
+  EXPECT_EQ(data["measured"]["Logger"], json::parse(R"({"resolutionCount": 4, "cacheHits": 3,
+                                       "latestResolutionTime": 0.25, "lastResolved": null})"));
   EXPECT_EQ(data["criticalPaths"][0]["nodes"], json::array({"A", "B", "C", "D"}));
   EXPECT_EQ(data["criticalPaths"][0]["impact"], "High");
   EXPECT_EQ(data["dashboard"]["url"], "http://127.0.0.1:8080/base");
@@ -125,20 +117,19 @@ class RenderViewerTest : public testing::AsyncTest {};
 
 TEST_F(RenderViewerTest, AddsTheContainersOwnFigures) {
   using namespace sample;
-  auto container = makeContainer();
+  auto c = makeContainer();
   LineRecorder quiet;
-  testing::registerWrapping<UserViewModel, LoadUserUseCase>(*container, DependencyScope::lazy);
-  testing::registerWrapping<LoadUserUseCase, UserRepository>(*container,
-                                                             DependencyScope::transient);
-  testing::registerWrapping<UserRepository, UserAPI>(*container, DependencyScope::singleton);
-  container->registerSync<UserAPI>(
-      DependencyScope::singleton, [](AdvancedDIContainer&) { return std::make_shared<UserAPI>(); });
-  (void)run(container->resolve<UserViewModel>());
-  (void)run(container->resolve<UserAPI>());  // a second resolution: served from the cache
+  c->registerAsync<UserViewModel>(DependencyScope::lazy, resolving<UserViewModel, LoadUserUseCase>);
+  c->registerAsync<LoadUserUseCase>(DependencyScope::transient,
+                                    resolving<LoadUserUseCase, UserRepository>);
+  c->registerAsync<UserRepository>(DependencyScope::singleton, resolving<UserRepository, UserAPI>);
+  c->registerSync<UserAPI>(DependencyScope::singleton, makeNow<UserAPI>);
+  (void)run(c->resolve<UserViewModel>());
+  (void)run(c->resolve<UserAPI>());  // a second resolution: served from the cache
 
   DependencyVisualizer visualizer(
-      container, VisualizationConfig{VisualizationType::tree, OutputFormat::html, true, true, true,
-                                     true, true, true, 1, true, false, false});
+      c, VisualizationConfig{VisualizationType::tree, OutputFormat::html, true, true, true, true,
+                             true, true, 1, true, false, false});
   const json data = json::parse(dataText(run(visualizer.renderViewer({}))));
 
   EXPECT_EQ(data["measured"].size(), 4U);
