@@ -175,29 +175,53 @@ void finishResolution(ContainerState& s, Slot& slot, DependencyScope scope, Cloc
   printLine("✅ Resolved: ", slot.name, " (took ", detail::formatSeconds(duration, seconds), "s)");
 }
 
-// The cached instance a resolution of `key` within `parent`'s chain would hand out at once, found
-// printing and changing nothing; null when the resolution has more to do (or fails). Same
-// decisions, in the same order, as resolveOnHome.
-AnyInstance* servableFromCache(ContainerState& s, const ServiceKey& key,
-                               const ResolutionFrame* parent) {
-  if (!s.onHomeThread() || !s.config.enableCaching()) return nullptr;
-  if (key.id >= s.byTypeId.size()) return nullptr;
+// The slot of `key` when its resolution can start here without a suspension: on the home thread,
+// registered, and not a name a child leaves to its parent; otherwise null.
+Slot* localSlot(ContainerState& s, const ServiceKey& key) noexcept {
+  if (!s.onHomeThread() || key.id >= s.byTypeId.size()) return nullptr;
   Slot* slot = s.byTypeId[key.id];
   if (slot == nullptr || !slot->metadata) return nullptr;
   if (s.parentLink != nullptr && !slot->inRegistry) return nullptr;  // the parent's to resolve
-  const DependencyScope scope = slot->metadata->scope;
-  AnyInstance* cache = cachedInstance(s, *slot, scope);
+  return slot;
+}
+
+// The cached instance a resolution of `slot` (found by `localSlot`) within `parent`'s chain would
+// hand out at once, found printing and changing nothing; null when the resolution has more to do
+// (or fails). Same decisions, in the same order, as resolveOnHome.
+AnyInstance* servableFromCache(ContainerState& s, Slot& slot, const ServiceKey& key,
+                               const ResolutionFrame* parent) {
+  if (!s.config.enableCaching()) return nullptr;
+  const DependencyScope scope = slot.metadata->scope;
+  AnyInstance* cache = cachedInstance(s, slot, scope);
   if (cache == nullptr || !matches(*cache, &key)) return nullptr;
   if (s.config.enableCircularDependencyDetection()) {
     for (const ResolutionFrame* f = parent; f != nullptr; f = f->parent) {
-      if (f->slot == slot) return nullptr;
+      if (f->slot == &slot) return nullptr;
     }
   }
   if (!s.creations.empty()) {
-    const auto creation = creationKey(*slot, scope, s.scopeId);
+    const auto creation = creationKey(slot, scope, s.scopeId);
     if (creation && s.creations.contains(*creation)) return nullptr;
   }
   return cache;
+}
+
+// What resolveOnHome does for an instance it finds cached, with no suspension to allow for.
+AnyInstance serveCached(ContainerState& s, Slot& slot, const AnyInstance& cached,
+                        const ResolutionFrame* parent) {
+  const auto start = Clock::now();
+  const DependencyScope scope = slot.metadata->scope;
+  detail::HeldLines lines;
+  printLine("🔍 Resolving: ", slot.name);
+  trackDependency(s, parent, slot);
+  if (usesSingletonCache(scope)) {
+    printLine("🔄 resolveSingleton called for: ", slot.name);
+    printLine("   ✅ Found cached instance for: ", slot.name);
+  }
+  countHit(s, slot);
+  AnyInstance instance = cached;  // the lines and the edge above leave the caches alone
+  finishResolution(s, slot, scope, start, lines);
+  return instance;
 }
 
 // Fails with the cycle when `slot` is already being resolved in the chain ending at `parent`
@@ -476,36 +500,23 @@ asio::awaitable<AnyInstance> resolveWithin(AdvancedDIContainerImpl& container,
 
 AnyInstance resolveCachedWithin(ContainerState& s, const ServiceKey& key,
                                 const ResolutionFrame* parent) {
-  AnyInstance* cached = servableFromCache(s, key, parent);
-  if (cached == nullptr) return {};
-  Slot* slot = s.byTypeId[key.id];
-  // What resolveOnHome does for an instance it finds cached, with no suspension to allow for.
-  const auto start = Clock::now();
-  const DependencyScope scope = slot->metadata->scope;
-  HeldLines lines;
-  printLine("🔍 Resolving: ", slot->name);
-  trackDependency(s, parent, *slot);
-  if (usesSingletonCache(scope)) {
-    printLine("🔄 resolveSingleton called for: ", slot->name);
-    printLine("   ✅ Found cached instance for: ", slot->name);
-  }
-  countHit(s, *slot);
-  AnyInstance instance = *cached;  // the lines and the edge above leave the caches alone
-  finishResolution(s, *slot, scope, start, lines);
-  return instance;
+  Slot* slot = localSlot(s, key);
+  if (slot == nullptr) return {};
+  const AnyInstance* cached = servableFromCache(s, *slot, key, parent);
+  return cached != nullptr ? serveCached(s, *slot, *cached, parent) : AnyInstance{};
 }
 
 AnyInstance startWithin(AdvancedDIContainerImpl& self, ContainerState& s, const ServiceKey& key,
                         const ResolutionFrame* parent, PendingResolution& pending) {
-  if (AnyInstance cached = resolveCachedWithin(s, key, parent)) return cached;
   // Declined, having done nothing: what may suspend before its factory is called (off the home
   // thread, a name a child may inherit, a creation of the same instance in progress) and what
   // fails before it (no registration).
-  if (!s.onHomeThread() || key.id >= s.byTypeId.size()) return {};
-  Slot* found = s.byTypeId[key.id];
-  if (found == nullptr || !found->metadata) return {};
-  if (s.parentLink != nullptr && !found->inRegistry) return {};
+  Slot* found = localSlot(s, key);
+  if (found == nullptr) return {};
   Slot& slot = *found;
+  if (const AnyInstance* cached = servableFromCache(s, slot, key, parent)) {
+    return serveCached(s, slot, *cached, parent);
+  }
   std::optional<CreationKey> cacheKey;
   if (s.config.enableCaching() && !s.creations.empty()) {
     cacheKey = creationKey(slot, slot.metadata->scope, s.scopeId);
@@ -541,6 +552,9 @@ namespace {
 ResolutionRecord& recordIn(PendingResolution& pending) noexcept {
   return *std::launder(static_cast<ResolutionRecord*>(pending.storage()));
 }
+const ResolutionRecord& recordIn(const PendingResolution& pending) noexcept {
+  return recordIn(const_cast<PendingResolution&>(pending));  // the storage is the object's own
+}
 
 }  // namespace
 
@@ -551,18 +565,14 @@ void PendingResolution::destroyRecord() noexcept {
   awaitsFactory_ = false;
 }
 
-const FactoryType& PendingResolution::factory() const noexcept {
-  return recordIn(const_cast<PendingResolution&>(*this)).factory;
-}
+const FactoryType& PendingResolution::factory() const noexcept { return recordIn(*this).factory; }
 
 AdvancedDIContainer& PendingResolution::context() noexcept { return *recordIn(*this).context; }
 
-bool PendingResolution::awayFromHome() const noexcept {
-  return !recordIn(const_cast<PendingResolution&>(*this)).s.onHomeThread();
-}
+bool PendingResolution::awayFromHome() const noexcept { return !recordIn(*this).s.onHomeThread(); }
 
 asio::awaitable<void> PendingResolution::returnHome() const {
-  return switchToHomeThread(recordIn(const_cast<PendingResolution&>(*this)).s);
+  return switchToHomeThread(recordIn(*this).s);
 }
 
 AnyInstance PendingResolution::finish(AnyInstance made, std::exception_ptr error) {
