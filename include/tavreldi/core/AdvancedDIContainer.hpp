@@ -23,6 +23,7 @@
 #include "tavreldi/core/DependencyScope.hpp"
 #include "tavreldi/core/KeyedService.hpp"
 #include "tavreldi/core/PendingResolution.hpp"
+#include "tavreldi/core/PooledFrame.hpp"
 #include "tavreldi/core/TypeName.hpp"
 #include "tavreldi/graph/DependencyGraph.hpp"
 #include "tavreldi/graph/RegistrationReport.hpp"
@@ -249,7 +250,7 @@ class AdvancedDIContainer {
   /// `DependencyResolutionError`, `CircularDependencyException` or the factory's own error.
   template <class T>
   [[nodiscard]] asio::awaitable<std::shared_ptr<T>> resolve() {
-    return resolveKeyed<T>(serviceKey<T>());
+    return resolveKeyed<T>(detail::PooledFrame{}, serviceKey<T>());
   }
   /// Hands out a cached instance of `T`; never runs a factory. Throws
   /// `DependencyResolutionError` or `CircularDependencyException`. Home thread only.
@@ -262,7 +263,7 @@ class AdvancedDIContainer {
   /// `DependencyResolutionError` (`validationError`) for a malformed key, at the call.
   template <class T>
   [[nodiscard]] asio::awaitable<std::shared_ptr<T>> resolve(std::string_view key) {
-    return resolveKeyed<T>(serviceKey<T>(key));
+    return resolveKeyed<T>(detail::PooledFrame{}, serviceKey<T>(key));
   }
   /// Hands out a cached instance of `T` registered under `key` (see `resolveSync<T>()`).
   template <class T>
@@ -443,9 +444,10 @@ class AdvancedDIContainer {
  private:
   // What both forms of `resolve` do: the cached instance at once when there is one; else the
   // factory awaited right here when the container can hand it over, else the whole resolution.
-  // (Awaits into named locals only: see Config.hpp.)
+  // (Awaits into named locals only: see Config.hpp.) Its frame comes from the framework's cache.
   template <class T>
-  asio::awaitable<std::shared_ptr<T>> resolveKeyed(const ServiceKey& key) {
+  asio::awaitable<std::shared_ptr<T>> resolveKeyed(detail::PooledFrame /*unused*/,
+                                                   const ServiceKey& key) {
     detail::PendingResolution pending;
     AnyInstance instance = startResolution(key, pending);
     if (instance) co_return std::move(instance).template take<T>();

@@ -36,6 +36,7 @@
 #include "tavreldi/core/AnyInstance.hpp"
 #include "tavreldi/core/Dependencies.hpp"
 #include "tavreldi/core/PendingResolution.hpp"
+#include "tavreldi/core/PooledFrame.hpp"
 #include "tavreldi/core/TypeName.hpp"
 
 namespace tavreldi {
@@ -226,9 +227,9 @@ struct AutoWiredFactory<Service, Impl, Dependencies<Ds...>> {
   /// Resolves every dependency through `container`, one after the other in parameter order,
   /// each into a named local (what `co_await container.resolve<D>()` does), then makes the
   /// instance. A named coroutine, templated on the container only so that this header need not
-  /// include it.
+  /// include it. Its frame comes from the framework's cache.
   template <class Container>
-  static asio::awaitable<AnyInstance> make(Container& container) {
+  static asio::awaitable<AnyInstance> make(PooledFrame /*unused*/, Container& container) {
     std::array<AnyInstance, sizeof...(Ds)> resolved;
     std::size_t next = 0;
     for (const ServiceKey* key : dependencyKeys()) {
@@ -326,7 +327,9 @@ struct AutoWiring {
                   "registerType<T, tavreldi::Dependencies<...>>: T cannot be made from one "
                   "std::shared_ptr per listed dependency, in that order");
     if constexpr (kMakeable) {
-      return &Factory::template make<Container>;
+      return [](Container& container) {
+        return Factory::template make<Container>(PooledFrame{}, container);
+      };
     } else {
       return {};
     }
