@@ -49,7 +49,7 @@ struct ThreadFrames {
       while (FreeFrame* frame = free[c]) {
         free[c] = frame->next;
         ASAN_UNPOISON_MEMORY_REGION(frame, (c + 1) * kGrain);
-        ::operator delete(frame, (c + 1) * kGrain);
+        ::operator delete(frame);
       }
     }
   }
@@ -76,12 +76,12 @@ void* allocateFrame(std::size_t size) {
 void freeFrame(void* frame, std::size_t size) noexcept {
   const std::size_t c = sizeClass(size);
   if (c >= kClasses) {
-    ::operator delete(frame, size);
+    ::operator delete(frame);
     return;
   }
   ThreadFrames& frames = threadFrames;
   if (frames.closed || frames.keptBytes + (c + 1) * kGrain > kKeptBytes) {
-    ::operator delete(frame, (c + 1) * kGrain);
+    ::operator delete(frame);
     return;
   }
   frames.free[c] = ::new (frame) FreeFrame{frames.free[c]};
