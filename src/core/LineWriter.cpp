@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <functional>
 #include <mutex>
 #include <string>
@@ -201,6 +202,10 @@ void endLine() noexcept {
 }
 
 std::string_view formatSeconds(double seconds, char (&buffer)[32]) {
+  if (seconds >= 0 && seconds < 0.0004) {  // nearly every resolution: rounds to "0.000"
+    std::memcpy(buffer, "0.000", 5);
+    return {buffer, 5};
+  }
   if (!std::isfinite(seconds) || seconds < 0 || seconds >= 1e9) {
     const auto result = fmt::format_to_n(buffer, sizeof buffer, "{:.3f}", seconds);
     return {buffer, std::min(result.size, sizeof buffer)};

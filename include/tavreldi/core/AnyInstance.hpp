@@ -58,55 +58,63 @@ template <class T>
 using TypedAsyncFactory = std::function<asio::awaitable<std::shared_ptr<T>>(AdvancedDIContainer&)>;
 
 /// The factory of one registration: synchronous or asynchronous. Shared, so that a call in
-/// progress keeps its factory alive even if the type is registered again meanwhile.
+/// progress keeps its factory alive even if the type is registered again meanwhile; a copy costs
+/// one reference count.
 class FactoryType {
  public:
   FactoryType() = default;
   /// Holds a synchronous factory.
   static FactoryType sync(SyncFactory factory) {
     FactoryType f;
-    f.sync_ = std::make_shared<const SyncFactory>(std::move(factory));
+    f.held_ = std::make_shared<const Held>(Held{std::move(factory), {}, {}, nullptr});
     return f;
   }
   /// Holds an asynchronous factory.
   static FactoryType async(AsyncFactory factory) {
     FactoryType f;
-    f.async_ = std::make_shared<const AsyncFactory>(std::move(factory));
+    f.held_ = std::make_shared<const Held>(Held{{}, std::move(factory), {}, nullptr});
     return f;
   }
   /// Holds an asynchronous factory of `T` in both forms: `typed` for `resolve<T>`, which awaits
   /// it directly, and `erased` (an adapter around `typed`) for every other path.
   template <class T>
   static FactoryType async(std::shared_ptr<const TypedAsyncFactory<T>> typed, AsyncFactory erased) {
-    FactoryType f = async(std::move(erased));
-    f.typed_ = std::move(typed);
-    f.typedAs_ = &typeid(T);
+    FactoryType f;
+    f.held_ = std::make_shared<const Held>(
+        Held{{}, std::move(erased), std::move(typed), &typeid(TypedAsyncFactory<T>)});
     return f;
   }
   /// True when the factory is asynchronous.
-  [[nodiscard]] bool isAsync() const noexcept { return async_ != nullptr; }
+  [[nodiscard]] bool isAsync() const noexcept { return held_ && held_->async; }
   /// True when a factory is held.
-  [[nodiscard]] explicit operator bool() const noexcept { return sync_ || async_; }
+  [[nodiscard]] explicit operator bool() const noexcept {
+    return held_ && (held_->sync || held_->async);
+  }
   /// The synchronous factory, or null.
-  [[nodiscard]] const std::shared_ptr<const SyncFactory>& syncFactory() const noexcept {
-    return sync_;
+  [[nodiscard]] const SyncFactory* syncFactory() const noexcept {
+    return held_ && held_->sync ? &held_->sync : nullptr;
   }
   /// The asynchronous factory, or null.
-  [[nodiscard]] const std::shared_ptr<const AsyncFactory>& asyncFactory() const noexcept {
-    return async_;
+  [[nodiscard]] const AsyncFactory* asyncFactory() const noexcept {
+    return held_ && held_->async ? &held_->async : nullptr;
   }
   /// The asynchronous factory as a `TypedAsyncFactory<T>` when it was registered as one, or null.
   template <class T>
   [[nodiscard]] const TypedAsyncFactory<T>* typedFactory() const noexcept {
-    if (typedAs_ == nullptr || *typedAs_ != typeid(T)) return nullptr;
-    return static_cast<const TypedAsyncFactory<T>*>(typed_.get());
+    if (!held_ || held_->typedAs == nullptr || *held_->typedAs != typeid(TypedAsyncFactory<T>)) {
+      return nullptr;
+    }
+    return static_cast<const TypedAsyncFactory<T>*>(held_->typed.get());
   }
 
  private:
-  std::shared_ptr<const SyncFactory> sync_;
-  std::shared_ptr<const AsyncFactory> async_;
-  std::shared_ptr<const void> typed_;
-  const std::type_info* typedAs_ = nullptr;
+  struct Held {
+    SyncFactory sync;
+    AsyncFactory async;
+    std::shared_ptr<const void> typed;  // a TypedAsyncFactory of the type `typedAs` names
+    const std::type_info* typedAs;
+  };
+  std::shared_ptr<const Held> held_;
 };
 
 /// The observed dependencies, in insertion order: each type name (in the order first seen)
