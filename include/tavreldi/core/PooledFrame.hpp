@@ -13,8 +13,9 @@
 #include <cstddef>
 #include <utility>
 
-// The frames are given through Asio's own promise type, whose shape is checked for the Asio
-// versions below; with any other, the coroutines keep Asio's frames.
+/// 1 when the framework's coroutines take their frames from its own cache. The frames are given
+/// through Asio's own promise type, whose shape is checked for the Asio versions below; with any
+/// other, the coroutines keep Asio's frames (0).
 #if ASIO_VERSION >= 102200 && ASIO_VERSION < 102300
 #define TAVRELDI_POOLED_FRAMES 1
 #else
@@ -36,7 +37,7 @@ struct PooledFrame {};
 /// thread, else a new one.
 [[nodiscard]] void* allocateFrame(std::size_t size);
 /// Gives back a frame from `allocateFrame` (of the `size` it was asked for), from any thread:
-/// the calling thread keeps it for reuse, up to a bound per size class, or frees it.
+/// the calling thread keeps it for reuse while it keeps less than 64 KB of frames, or frees it.
 void freeFrame(void* frame, std::size_t size) noexcept;
 
 #if TAVRELDI_POOLED_FRAMES
