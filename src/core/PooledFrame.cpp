@@ -32,6 +32,10 @@ constexpr std::size_t kGrain = 128;
 constexpr std::size_t kClasses = 32;
 constexpr std::size_t kKeptBytes = 64 * 1024;
 
+constexpr std::size_t sizeClass(std::size_t size) noexcept { return (size - 1) / kGrain; }
+// The bytes of a frame of class `c`, what the allocator is asked for.
+constexpr std::size_t classBytes(std::size_t c) noexcept { return (c + 1) * kGrain; }
+
 struct FreeFrame {
   FreeFrame* next;
 };
@@ -48,7 +52,7 @@ struct ThreadFrames {
     for (std::size_t c = 0; c < kClasses; ++c) {
       while (FreeFrame* frame = free[c]) {
         free[c] = frame->next;
-        ASAN_UNPOISON_MEMORY_REGION(frame, (c + 1) * kGrain);
+        ASAN_UNPOISON_MEMORY_REGION(frame, classBytes(c));
         ::operator delete(frame);
       }
     }
@@ -56,21 +60,19 @@ struct ThreadFrames {
 };
 thread_local ThreadFrames threadFrames __attribute__((tls_model("initial-exec")));
 
-constexpr std::size_t sizeClass(std::size_t size) noexcept { return (size - 1) / kGrain; }
-
 }  // namespace
 
 void* allocateFrame(std::size_t size) {
   const std::size_t c = sizeClass(size);
   if (c >= kClasses) return ::operator new(size);
   ThreadFrames& frames = threadFrames;
-  if (FreeFrame* frame = frames.free[c]; frame != nullptr && !frames.closed) {
+  if (FreeFrame* frame = frames.free[c]) {  // (empty once the thread's cache is gone)
     frames.free[c] = frame->next;
-    frames.keptBytes -= (c + 1) * kGrain;
-    ASAN_UNPOISON_MEMORY_REGION(frame, (c + 1) * kGrain);
+    frames.keptBytes -= classBytes(c);
+    ASAN_UNPOISON_MEMORY_REGION(frame, classBytes(c));
     return frame;
   }
-  return ::operator new((c + 1) * kGrain);
+  return ::operator new(classBytes(c));
 }
 
 void freeFrame(void* frame, std::size_t size) noexcept {
@@ -80,14 +82,14 @@ void freeFrame(void* frame, std::size_t size) noexcept {
     return;
   }
   ThreadFrames& frames = threadFrames;
-  if (frames.closed || frames.keptBytes + (c + 1) * kGrain > kKeptBytes) {
+  if (frames.closed || frames.keptBytes + classBytes(c) > kKeptBytes) {
     ::operator delete(frame);
     return;
   }
   frames.free[c] = ::new (frame) FreeFrame{frames.free[c]};
-  frames.keptBytes += (c + 1) * kGrain;
+  frames.keptBytes += classBytes(c);
   ASAN_POISON_MEMORY_REGION(static_cast<char*>(frame) + sizeof(FreeFrame),
-                            (c + 1) * kGrain - sizeof(FreeFrame));
+                            classBytes(c) - sizeof(FreeFrame));
 }
 
 }  // namespace tavreldi::detail
